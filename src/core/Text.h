@@ -1,0 +1,21 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace tavi {
+
+// Removes Unicode white space and line breaks (the Z categories, U+0009-U+000D
+// and U+0085) from both ends of UTF-8 text. Invalid bytes are kept.
+std::string trimWhitespaceAndNewlines(std::string_view text);
+
+// Number of Unicode scalar values in UTF-8 text; an invalid byte counts as one.
+std::size_t countScalarValues(std::string_view text);
+
+std::string toLowerAscii(std::string_view text);
+
+// Lower-case hexadecimal, two digits a byte, no separator.
+std::string lowerHex(std::string_view bytes);
+
+}  // namespace tavi

@@ -1,0 +1,29 @@
+#include "providers/ProviderList.h"
+
+#include "providers/OpenAIProvider.h"
+
+namespace tavi {
+namespace {
+
+std::vector<std::unique_ptr<TranslationProvider>> buildProviders() {
+    std::vector<std::unique_ptr<TranslationProvider>> list;
+    // Order: openai, claude, deepl, google, baidu, aliyun, volcano.
+    list.push_back(std::make_unique<OpenAIProvider>());
+    return list;
+}
+
+}  // namespace
+
+const std::vector<std::unique_ptr<TranslationProvider>>& allProviders() {
+    static const auto kProviders = buildProviders();
+    return kProviders;
+}
+
+const TranslationProvider* findProvider(std::string_view id) {
+    for (const auto& provider : allProviders()) {
+        if (provider->id() == id) return provider.get();
+    }
+    return nullptr;
+}
+
+}  // namespace tavi

@@ -1,0 +1,21 @@
+#!/usr/bin/env bash
+# Installs what is missing, builds everything and runs the whole test suite:
+# the regular build (unit, integration and command-line tests), then the
+# unit and integration tests again under AddressSanitizer + UBSan.
+set -euo pipefail
+root="$(cd "$(dirname "$0")/.." && pwd)"
+jobs="$(nproc 2>/dev/null || echo 2)"
+
+"$root/scripts/setup.sh"
+
+echo "== build (tests and benchmarks)"
+"$root/scripts/build.sh" test
+echo "== tests"
+ctest --test-dir "$root/build/test" --output-on-failure -j "$jobs" --timeout 300
+
+echo "== sanitizer build"
+"$root/scripts/build.sh" asan tavi_unit_tests tavi_integration_tests
+echo "== tests under AddressSanitizer + UndefinedBehaviorSanitizer"
+export ASAN_OPTIONS="detect_leaks=1:abort_on_error=1:strict_string_checks=1"
+export UBSAN_OPTIONS="print_stacktrace=1:halt_on_error=1"
+ctest --test-dir "$root/build/asan" --output-on-failure -j "$jobs" --timeout 300 -L 'unit|integration'

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace tavi::test {
+
+struct CliResult {
+    int exitCode = -1;  // -1 when the process did not exit normally
+    std::string out;
+    std::string err;
+};
+
+using EnvVars = std::vector<std::pair<std::string, std::string>>;
+
+// Runs a program with the given arguments, standard input and extra
+// environment; captures both outputs. Kills it after `timeoutSeconds`.
+CliResult runProgram(const std::string& program, const std::vector<std::string>& args, const std::string& input = "",
+                     const EnvVars& env = {}, int timeoutSeconds = 60);
+
+// A private XDG_CONFIG_HOME in which to run the tavi binary.
+class CliSandbox {
+public:
+    CliSandbox();
+    ~CliSandbox();
+    CliSandbox(const CliSandbox&) = delete;
+    CliSandbox& operator=(const CliSandbox&) = delete;
+
+    CliResult run(const std::vector<std::string>& args, const std::string& input = "", const EnvVars& env = {}) const;
+
+    const std::filesystem::path& configHome() const { return configHome_; }
+    std::filesystem::path configFile() const { return configHome_ / "tavi" / "tavi.conf"; }
+
+private:
+    std::filesystem::path configHome_;
+};
+
+}  // namespace tavi::test

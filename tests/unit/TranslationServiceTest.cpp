@@ -1,0 +1,140 @@
+#include <gtest/gtest.h>
+
+#include "ServiceHarness.h"
+#include "core/Json.h"
+
+namespace tavi {
+namespace {
+
+using test::ServiceHarness;
+
+std::string chatReply(const std::string& content) {
+    return Json{{"choices", {{{"message", {{"content", content}}}}}}}.dump();
+}
+
+class TranslationServiceTest : public ::testing::Test {
+protected:
+    TranslationServiceTest() { harness.settings.openAIAPIKey = "sk-test"; }
+    ServiceHarness harness;
+};
+
+TEST_F(TranslationServiceTest, ProviderListOrderAndExactLookup) {
+    const auto& providers = TranslationService::providers();
+    ASSERT_FALSE(providers.empty());
+    EXPECT_EQ(providers.front()->id(), "openai");
+    EXPECT_EQ(TranslationService::provider("openai")->name(), "OpenAI");
+    EXPECT_EQ(TranslationService::provider("OpenAI"), nullptr);
+    EXPECT_EQ(TranslationService::provider(" openai"), nullptr);
+    EXPECT_EQ(TranslationService::provider(""), nullptr);
+}
+
+TEST_F(TranslationServiceTest, UnknownProviderFailsWithoutBecomingBusy) {
+    for (const char* id : {"foo", "", "OpenAI", "tencent"}) {
+        harness.settings.activeProviderID = id;
+        int changes = 0;
+        auto handle = harness.service().observe([&] { ++changes; });
+        auto result = harness.translateAndWait("hello");
+        EXPECT_EQ(describe(result.error()), std::string("未找到翻译服务：") + id);
+        EXPECT_EQ(changes, 0);
+        EXPECT_FALSE(harness.service().isTranslating());
+    }
+    EXPECT_EQ(harness.transport.requestCount(), 0u);
+}
+
+TEST_F(TranslationServiceTest, UnconfiguredProviderKeepsStateAndSendsNothing) {
+    harness.transport.respond(200, chatReply("第一"));
+    ASSERT_TRUE(harness.translateAndWait("first").ok());
+    harness.settings.openAIAPIKey.clear();
+    bool sawBusy = false;
+    auto handle = harness.service().observe([&] { sawBusy |= harness.service().isTranslating(); });
+    auto result = harness.translateAndWait("second");
+    EXPECT_EQ(describe(result.error()), "OpenAI API Key 未设置");
+    EXPECT_FALSE(sawBusy);
+    EXPECT_EQ(harness.service().lastResult()->translatedText, "第一");
+    EXPECT_EQ(harness.transport.requestCount(), 1u);
+}
+
+TEST_F(TranslationServiceTest, SuccessPublishesResultThenClearsBusy) {
+    harness.settings.sourceLanguage = Language::english;
+    harness.settings.targetLanguage = Language::japanese;
+    harness.transport.respond(200, chatReply("こんにちは"));
+    std::vector<std::pair<bool, bool>> seen;  // (isTranslating, hasResult) at each change
+    auto handle = harness.service().observe([&] {
+        seen.emplace_back(harness.service().isTranslating(), harness.service().lastResult().has_value());
+    });
+    bool busyAtCompletion = true;
+    std::optional<Result<TranslationResult>> outcome;
+    harness.service().translate("hello", [&](Result<TranslationResult> r) {
+        busyAtCompletion = harness.service().isTranslating();
+        outcome.emplace(std::move(r));
+        harness.loop.quit();
+    });
+    EXPECT_TRUE(harness.service().isTranslating());
+    harness.loop.run();
+    ASSERT_TRUE(outcome->ok());
+    EXPECT_EQ(outcome->value().sourceLanguage, Language::english);
+    EXPECT_EQ(outcome->value().targetLanguage, Language::japanese);
+    EXPECT_FALSE(busyAtCompletion);
+    EXPECT_EQ(seen, (std::vector<std::pair<bool, bool>>{{true, false}, {true, true}, {false, true}}));
+    EXPECT_EQ(harness.service().lastResult(), outcome->value());
+}
+
+TEST_F(TranslationServiceTest, FailureKeepsEarlierResultAndPassesErrorUnchanged) {
+    harness.transport.respond(200, chatReply("好"));
+    ASSERT_TRUE(harness.translateAndWait("good").ok());
+    harness.transport.respond(401, R"({"error":{"message":"invalid key"}})");
+    auto result = harness.translateAndWait("bad");
+    EXPECT_EQ(std::get<TranslationError>(result.error()), TranslationError::apiError("invalid key"));
+    EXPECT_EQ(harness.service().lastResult()->translatedText, "好");
+    EXPECT_FALSE(harness.service().isTranslating());
+}
+
+TEST_F(TranslationServiceTest, TextReachesProviderUntrimmed) {
+    harness.transport.respond(200, chatReply("x"));
+    harness.translateAndWait("  \n ");
+    const Json body = Json::parse(harness.transport.lastRequest().body);
+    EXPECT_EQ(body["messages"][1]["content"], "  \n ");
+}
+
+TEST_F(TranslationServiceTest, LanguagesAreReadWhenTheRequestStarts) {
+    harness.settings.targetLanguage = Language::french;
+    harness.transport.respond(200, chatReply("bonjour"));
+    std::optional<Result<TranslationResult>> outcome;
+    harness.service().translate("hello", [&](Result<TranslationResult> r) {
+        outcome.emplace(std::move(r));
+        harness.loop.quit();
+    });
+    harness.settings.targetLanguage = Language::german;  // too late for this request
+    harness.loop.run();
+    EXPECT_EQ(outcome->ok() ? outcome->value().targetLanguage : Language::auto_, Language::french);
+}
+
+TEST_F(TranslationServiceTest, OverlappingRequestsBothComplete) {
+    harness.transport.respond(200, chatReply("one"));
+    harness.transport.respond(200, chatReply("two"));
+    int done = 0;
+    auto finish = [&](Result<TranslationResult> r) {
+        EXPECT_TRUE(r.ok());
+        if (++done == 2) harness.loop.quit();
+    };
+    harness.service().translate("1", finish);
+    harness.service().translate("2", finish);
+    harness.loop.run();
+    EXPECT_FALSE(harness.service().isTranslating());
+    EXPECT_TRUE(harness.service().lastResult().has_value());
+}
+
+TEST_F(TranslationServiceTest, CompletionNeverRunsInsideTheCall) {
+    harness.settings.activeProviderID = "nope";
+    bool called = false;
+    harness.service().translate("x", [&](Result<TranslationResult>) {
+        called = true;
+        harness.loop.quit();
+    });
+    EXPECT_FALSE(called);
+    harness.loop.run();
+    EXPECT_TRUE(called);
+}
+
+}  // namespace
+}  // namespace tavi

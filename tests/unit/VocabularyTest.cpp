@@ -1,0 +1,100 @@
+#include <gtest/gtest.h>
+
+#include "core/ChatResponseCheck.h"
+#include "core/Error.h"
+#include "core/Json.h"
+#include "core/Language.h"
+#include "core/Text.h"
+
+namespace tavi {
+namespace {
+
+TEST(Language, RawValuesRoundTripInDeclarationOrder) {
+    const char* expected[] = {"auto", "zh", "zh-TW", "en", "ja", "ko", "fr", "de",
+                              "es", "pt", "it", "ru", "ar", "th", "vi"};
+    ASSERT_EQ(allLanguages().size(), 15u);
+    for (std::size_t i = 0; i < allLanguages().size(); ++i) {
+        EXPECT_EQ(rawValue(allLanguages()[i]), expected[i]);
+        EXPECT_EQ(languageFromRawValue(expected[i]), allLanguages()[i]);
+    }
+}
+
+TEST(Language, UnknownRawValuesGiveNothing) {
+    EXPECT_EQ(languageFromRawValue("zh-TW"), Language::chineseTraditional);
+    for (const char* raw : {"zh-Hant", "ZH", "", "auto ", "EN", "zh_TW"}) {
+        EXPECT_FALSE(languageFromRawValue(raw).has_value()) << raw;
+    }
+}
+
+TEST(Language, DisplayNamesAndFlags) {
+    EXPECT_EQ(displayName(Language::auto_), "自动检测");
+    EXPECT_EQ(displayName(Language::chinese), "中文（简体）");
+    EXPECT_EQ(displayName(Language::chineseTraditional), "中文（繁体）");
+    EXPECT_EQ(displayName(Language::vietnamese), "越南语");
+    EXPECT_EQ(flag(Language::auto_), "🌐");
+    EXPECT_EQ(flag(Language::chineseTraditional), "🇹🇼");
+    EXPECT_EQ(flag(Language::portuguese), "🇵🇹");
+    EXPECT_EQ(flag(Language::arabic), "🇸🇦");
+}
+
+TEST(TranslationError, UserTexts) {
+    EXPECT_EQ(TranslationError::apiKeyMissing("Claude").errorDescription(), "Claude API Key 未设置");
+    EXPECT_EQ(TranslationError::networkError("连接中断").errorDescription(), "网络错误：连接中断");
+    EXPECT_EQ(TranslationError::apiError("invalid key").errorDescription(), "invalid key");
+    EXPECT_EQ(TranslationError::invalidResponse().errorDescription(), "服务器返回了无效的响应");
+    EXPECT_EQ(TranslationError::rateLimited().errorDescription(), "请求过于频繁，请稍后再试");
+    EXPECT_EQ(TranslationError::unsupportedLanguage().errorDescription(), "不支持的语言组合");
+    EXPECT_EQ(describe(Error(TranslationError::rateLimited())), "请求过于频繁，请稍后再试");
+}
+
+Status check(long status, std::string body) { return validateChatResponse(HttpResponse{status, {}, std::move(body)}); }
+
+TEST(ChatResponseCheck, StatusAndErrorBodyRules) {
+    EXPECT_TRUE(check(200, "not json at all").ok());
+    EXPECT_TRUE(check(299, R"({"error":{"message":"ignored"}})").ok());
+    EXPECT_EQ(std::get<TranslationError>(check(429, R"({"error":{"message":"slow down"}})").error()),
+              TranslationError::rateLimited());
+    EXPECT_EQ(describe(check(401, R"({"error":{"message":"invalid key"}})").error()), "invalid key");
+    EXPECT_EQ(describe(check(502, "<html>Bad Gateway</html>").error()), "HTTP 502");
+    EXPECT_EQ(describe(check(400, R"({"error":"plain string"})").error()), "HTTP 400");
+    EXPECT_EQ(describe(check(400, R"({"error":{"message":42}})").error()), "HTTP 400");
+    EXPECT_EQ(describe(check(500, R"([{"error":{"message":"x"}}])").error()), "HTTP 500");
+    EXPECT_EQ(describe(check(300, "").error()), "HTTP 300");
+    EXPECT_EQ(describe(check(503, std::string(100000, '[')).error()), "HTTP 503");
+}
+
+TEST(Json, HostileBodiesFailCleanly) {
+    EXPECT_EQ(std::get<JsonError>(parseJsonBody(std::string(100000, '[')).error()).kind, JsonError::Kind::tooDeep);
+    std::string deepButClosed = std::string(65, '[') + std::string(65, ']');
+    EXPECT_EQ(std::get<JsonError>(parseJsonBody(deepButClosed).error()).kind, JsonError::Kind::tooDeep);
+    std::string deepInsideString = "[\"" + std::string(1000, '[') + "\"]";
+    EXPECT_TRUE(parseJsonBody(deepInsideString).ok());
+    EXPECT_EQ(std::get<JsonError>(parseJsonBody("{\"a\":\"\xff\xfe\"}").error()).kind, JsonError::Kind::malformed);
+    EXPECT_EQ(std::get<JsonError>(parseJsonBody("{\"a\":").error()).kind, JsonError::Kind::malformed);
+    EXPECT_EQ(std::get<JsonError>(parseJsonBody("").error()).kind, JsonError::Kind::malformed);
+    EXPECT_EQ(describe(parseJsonBody("<html>").error()), "服务器返回的内容不是有效的 JSON");
+    EXPECT_EQ(toJsonText(Json("a\xff")), "\"a\xEF\xBF\xBD\"");
+}
+
+TEST(Text, TrimsUnicodeWhitespaceAndLineBreaksOnly) {
+    EXPECT_EQ(trimWhitespaceAndNewlines("\n  你好  \n"), "你好");
+    EXPECT_EQ(trimWhitespaceAndNewlines("\u3000\u00a0\t\r\n x y \u2028\u0085"), "x y");
+    EXPECT_EQ(trimWhitespaceAndNewlines(" \u200b "), "\u200b");  // zero-width space is not white space
+    EXPECT_EQ(trimWhitespaceAndNewlines("   "), "");
+    EXPECT_EQ(trimWhitespaceAndNewlines(" \xff "), "\xff");
+    EXPECT_EQ(trimWhitespaceAndNewlines("\xe3\x80"), "\xe3\x80");  // truncated sequence kept
+}
+
+TEST(Text, CountsScalarValues) {
+    EXPECT_EQ(countScalarValues(""), 0u);
+    EXPECT_EQ(countScalarValues("abc"), 3u);
+    EXPECT_EQ(countScalarValues("中文"), 2u);
+    EXPECT_EQ(countScalarValues("😀"), 1u);
+    EXPECT_EQ(countScalarValues("👨‍👩‍👧"), 5u);  // three people joined by two zero-width joiners
+    EXPECT_EQ(countScalarValues("\xff\xfe"), 2u);
+}
+
+TEST(Text, LowerHex) { EXPECT_EQ(lowerHex(std::string("\x00\x0f\xab\xff", 4)), "000fabff"); }
+
+}  // namespace
+}  // namespace tavi

@@ -1,0 +1,11 @@
+#!/usr/bin/env bash
+# Installs what is missing, builds the benchmarks and prints their figures.
+set -euo pipefail
+root="$(cd "$(dirname "$0")/.." && pwd)"
+"$root/scripts/setup.sh"
+"$root/scripts/build.sh" test >/dev/null
+for bench in "$root"/build/test/bench/bench_*; do
+  [ -x "$bench" ] || continue
+  echo "== $(basename "$bench")"
+  "$bench"
+done

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -34,6 +35,7 @@ CliResult runProgram(const std::string& program, const std::vector<std::string>&
     for (auto& a : argStorage) argv.push_back(a.data());
     argv.push_back(nullptr);
 
+    const auto started = std::chrono::steady_clock::now();
     const pid_t pid = ::fork();
     if (pid < 0) throw std::runtime_error("fork failed");
     if (pid == 0) {
@@ -90,7 +92,10 @@ CliResult runProgram(const std::string& program, const std::vector<std::string>&
     closeQuietly(outFd);
     closeQuietly(errFd);
     int status = 0;
-    ::waitpid(pid, &status, 0);
+    rusage usage{};
+    ::wait4(pid, &status, 0, &usage);
+    result.wallSeconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
+    result.peakRssKiB = usage.ru_maxrss;
     result.exitCode = !killed && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     return result;
 }

@@ -11,6 +11,8 @@ struct CliResult {
     int exitCode = -1;  // -1 when the process did not exit normally
     std::string out;
     std::string err;
+    double wallSeconds = 0;  // from start to exit
+    long peakRssKiB = 0;     // the child's maximum resident set size
 };
 
 using EnvVars = std::vector<std::pair<std::string, std::string>>;

@@ -1,6 +1,9 @@
 #include "providers/ProviderList.h"
 
+#include "providers/AliyunProvider.h"
+#include "providers/BaiduProvider.h"
 #include "providers/OpenAIProvider.h"
+#include "providers/VolcanoProvider.h"
 
 namespace tavi {
 namespace {
@@ -9,6 +12,9 @@ std::vector<std::unique_ptr<TranslationProvider>> buildProviders() {
     std::vector<std::unique_ptr<TranslationProvider>> list;
     // Order: openai, claude, deepl, google, baidu, aliyun, volcano.
     list.push_back(std::make_unique<OpenAIProvider>());
+    list.push_back(std::make_unique<BaiduProvider>());
+    list.push_back(std::make_unique<AliyunProvider>());
+    list.push_back(std::make_unique<VolcanoProvider>());
     return list;
 }
 

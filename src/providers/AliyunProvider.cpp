@@ -140,7 +140,8 @@ Result<TranslationResult> AliyunProvider::translate(const std::string& text, Lan
     const std::string accessKeySecret = trimWhitespaceAndNewlines(context.settings.aliyunAccessKeySecret);
     // Checked before the nonce and clock are drawn: a refused request costs nothing.
     if (Status check = checkRequest(text, to, accessKeyID, accessKeySecret); !check) return check.error();
-    auto request = buildRequest(text, from, to, context.settings, context.environment.uuid(), context.environment.now());
+    const std::string nonce = context.environment.uuid();
+    auto request = buildRequest(text, from, to, context.settings, nonce, context.environment.now());
     if (!request) return request.error();
     auto response = context.http.send(request.value());
     if (!response) return response.error();

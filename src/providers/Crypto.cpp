@@ -37,20 +37,33 @@ struct MacContextFree {
     void operator()(EVP_MAC_CTX* context) const { EVP_MAC_CTX_free(context); }
 };
 
-std::string hmac(const char* digestName, std::string_view key, std::string_view message) {
+using MacContext = std::unique_ptr<EVP_MAC_CTX, MacContextFree>;
+
+// An HMAC context with its digest already chosen. Choosing the digest fetches
+// it again each time, which cost more than the MAC itself; copying a prepared
+// context skips that.
+MacContext prepareHmac(const char* digestName) {
     static EVP_MAC* const kHmac = fetchHmac();
-    std::unique_ptr<EVP_MAC_CTX, MacContextFree> context(EVP_MAC_CTX_new(kHmac));
-    if (!context) throw std::runtime_error("OpenSSL HMAC context allocation failed");
+    MacContext context(EVP_MAC_CTX_new(kHmac));
     const OSSL_PARAM params[] = {
         OSSL_PARAM_construct_utf8_string(OSSL_MAC_PARAM_DIGEST, const_cast<char*>(digestName), 0),
         OSSL_PARAM_construct_end(),
     };
+    if (!context || EVP_MAC_CTX_set_params(context.get(), params) != 1) {
+        throw std::runtime_error(std::string("OpenSSL HMAC-") + digestName + " unavailable");
+    }
+    return context;
+}
+
+std::string hmac(const EVP_MAC_CTX* prepared, std::string_view key, std::string_view message) {
+    MacContext context(EVP_MAC_CTX_dup(prepared));
+    if (!context) throw std::runtime_error("OpenSSL HMAC context allocation failed");
     // An empty key is legal for HMAC; OpenSSL wants a non-null pointer for it.
     static const unsigned char kEmpty = 0;
     const auto* keyBytes = key.empty() ? &kEmpty : reinterpret_cast<const unsigned char*>(key.data());
     unsigned char out[EVP_MAX_MD_SIZE];
     std::size_t length = 0;
-    if (EVP_MAC_init(context.get(), keyBytes, key.size(), params) != 1 ||
+    if (EVP_MAC_init(context.get(), keyBytes, key.size(), nullptr) != 1 ||
         EVP_MAC_update(context.get(), reinterpret_cast<const unsigned char*>(message.data()), message.size()) != 1 ||
         EVP_MAC_final(context.get(), out, &length, sizeof out) != 1) {
         throw std::runtime_error("OpenSSL HMAC failed");
@@ -70,9 +83,15 @@ std::string sha256(std::string_view data) {
     return digest(kSha256, data);
 }
 
-std::string hmacSha256(std::string_view key, std::string_view message) { return hmac("SHA256", key, message); }
+std::string hmacSha256(std::string_view key, std::string_view message) {
+    static const MacContext kPrepared = prepareHmac("SHA256");
+    return hmac(kPrepared.get(), key, message);
+}
 
-std::string hmacSha1(std::string_view key, std::string_view message) { return hmac("SHA1", key, message); }
+std::string hmacSha1(std::string_view key, std::string_view message) {
+    static const MacContext kPrepared = prepareHmac("SHA1");
+    return hmac(kPrepared.get(), key, message);
+}
 
 std::string base64(std::string_view bytes) {
     std::string encoded(4 * ((bytes.size() + 2) / 3) + 1, '\0');  // room for the terminating NUL

@@ -1,5 +1,8 @@
+#include <atomic>
 #include <chrono>
 #include <random>
+#include <thread>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -36,6 +39,25 @@ TEST(CryptoTest, HmacsMatchPublishedVectors) {
     // An empty key and message are legal.
     EXPECT_EQ(lowerHex(hmacSha256("", "")), "b613679a0814d9ec772f95d778c35fc5ff1697c493715653c6c712144292c5ad");
     EXPECT_EQ(lowerHex(hmacSha1("", "")), "fbdb1d1b18aa6c08324b7d64b71fb76370690e1d");
+}
+
+TEST(CryptoTest, HmacsAreSafeOnManyThreadsAtOnce) {
+    // Providers sign on worker threads that share the prepared MAC contexts.
+    const std::string expected256 = hmacSha256("key", "message");
+    const std::string expected1 = hmacSha1("key", "message");
+    std::atomic<int> mismatches{0};
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t) {
+        threads.emplace_back([&] {
+            for (int i = 0; i < 2000; ++i) {
+                if (hmacSha256("key", "message") != expected256 || hmacSha1("key", "message") != expected1) {
+                    ++mismatches;
+                }
+            }
+        });
+    }
+    for (auto& thread : threads) thread.join();
+    EXPECT_EQ(mismatches, 0);
 }
 
 TEST(CryptoTest, Base64IsPaddedAndUnwrapped) {

@@ -2,6 +2,9 @@
 
 #include "providers/AliyunProvider.h"
 #include "providers/BaiduProvider.h"
+#include "providers/ClaudeProvider.h"
+#include "providers/DeepLProvider.h"
+#include "providers/GoogleProvider.h"
 #include "providers/OpenAIProvider.h"
 #include "providers/VolcanoProvider.h"
 
@@ -12,6 +15,9 @@ std::vector<std::unique_ptr<TranslationProvider>> buildProviders() {
     std::vector<std::unique_ptr<TranslationProvider>> list;
     // Order: openai, claude, deepl, google, baidu, aliyun, volcano.
     list.push_back(std::make_unique<OpenAIProvider>());
+    list.push_back(std::make_unique<ClaudeProvider>());
+    list.push_back(std::make_unique<DeepLProvider>());
+    list.push_back(std::make_unique<GoogleProvider>());
     list.push_back(std::make_unique<BaiduProvider>());
     list.push_back(std::make_unique<AliyunProvider>());
     list.push_back(std::make_unique<VolcanoProvider>());

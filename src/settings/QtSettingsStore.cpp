@@ -1,1 +1,182 @@
-// Settings file backend (being written).
+#include "settings/QtSettingsStore.h"
+
+#include <fcntl.h>
+#include <pwd.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <limits>
+#include <type_traits>
+#include <vector>
+
+#include <QByteArray>
+#include <QSettings>
+#include <QString>
+#include <QStringList>
+#include <QVariant>
+
+#include "core/NotificationCenter.h"
+#include "settings/AppSettings.h"
+
+namespace tavi {
+namespace {
+
+constexpr mode_t kPrivateDirectoryMode = 0700;
+constexpr mode_t kPrivateFileMode = 0600;
+
+QString toQString(std::string_view text) { return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size())); }
+
+std::string toStdString(const QString& text) {
+    const QByteArray utf8 = text.toUtf8();
+    return std::string(utf8.constData(), static_cast<std::size_t>(utf8.size()));
+}
+
+std::filesystem::path homeDirectory() {
+    if (const char* home = std::getenv("HOME"); home && *home) return home;
+    // No HOME (a stripped environment): ask the user database.
+    std::vector<char> buffer(16384);
+    passwd entry{};
+    passwd* found = nullptr;
+    if (getpwuid_r(getuid(), &entry, buffer.data(), buffer.size(), &found) == 0 && found && found->pw_dir)
+        return found->pw_dir;
+    return "/";
+}
+
+// Creates every missing directory of `directory` private to the user.
+bool makePrivateDirectories(const std::filesystem::path& directory) {
+    std::error_code error;
+    if (std::filesystem::is_directory(directory, error)) return true;
+    if (directory.has_parent_path() && directory.parent_path() != directory &&
+        !makePrivateDirectories(directory.parent_path()))
+        return false;
+    return ::mkdir(directory.c_str(), kPrivateDirectoryMode) == 0 || errno == EEXIST;
+}
+
+QVariant toQVariant(const StoredValue& value) {
+    return std::visit(
+        [](const auto& v) -> QVariant {
+            using T = std::decay_t<decltype(v)>;
+            if constexpr (std::is_same_v<T, std::string>) {
+                return toQString(v);
+            } else if constexpr (std::is_same_v<T, bool>) {
+                return QVariant(v);
+            } else if constexpr (std::is_same_v<T, std::int64_t>) {
+                return QVariant(static_cast<qint64>(v));
+            } else if constexpr (std::is_same_v<T, double>) {
+                return QVariant(v);
+            } else if constexpr (std::is_same_v<T, StoredBytes>) {
+                return QByteArray(v.bytes.data(), static_cast<qsizetype>(v.bytes.size()));
+            } else {
+                QStringList list;
+                for (const std::string& item : v) list.append(toQString(item));
+                return list;
+            }
+        },
+        value);
+}
+
+// Values read from the file are strings, bytes or string lists; values this
+// process wrote keep their own type in QSettings' cache until re-read.
+std::optional<StoredValue> fromQVariant(const QVariant& value) {
+    switch (value.metaType().id()) {
+    case QMetaType::QString: return StoredValue(toStdString(value.toString()));
+    case QMetaType::Bool: return StoredValue(value.toBool());
+    case QMetaType::Int:
+    case QMetaType::Long:
+    case QMetaType::LongLong:
+    case QMetaType::Short:
+        return StoredValue(static_cast<std::int64_t>(value.toLongLong()));
+    case QMetaType::UInt:
+    case QMetaType::ULong:
+    case QMetaType::ULongLong:
+    case QMetaType::UShort: {
+        const qulonglong number = value.toULongLong();
+        if (number > static_cast<qulonglong>(std::numeric_limits<std::int64_t>::max())) return std::nullopt;
+        return StoredValue(static_cast<std::int64_t>(number));
+    }
+    case QMetaType::Double:
+    case QMetaType::Float: return StoredValue(value.toDouble());
+    case QMetaType::QByteArray: {
+        const QByteArray bytes = value.toByteArray();
+        return StoredValue(StoredBytes{std::string(bytes.constData(), static_cast<std::size_t>(bytes.size()))});
+    }
+    case QMetaType::QStringList: {
+        std::vector<std::string> list;
+        for (const QString& item : value.toStringList()) list.push_back(toStdString(item));
+        return StoredValue(std::move(list));
+    }
+    default:
+        // Invalid entries and serialised Qt types no Tavi setting uses.
+        return std::nullopt;
+    }
+}
+
+}  // namespace
+
+QtSettingsStore::QtSettingsStore(std::filesystem::path file)
+    : file_(std::move(file)),
+      settings_(std::make_unique<QSettings>(QString::fromStdString(file_.string()), QSettings::IniFormat)) {
+    // Without this, QSettings would quietly go on with a non-atomic rewrite
+    // that a crash could leave half-written.
+    settings_->setAtomicSyncRequired(true);
+}
+
+QtSettingsStore::~QtSettingsStore() = default;
+
+std::filesystem::path QtSettingsStore::defaultFilePath() {
+    std::filesystem::path base;
+    if (const char* config = std::getenv("XDG_CONFIG_HOME"); config && *config && config[0] == '/') base = config;
+    else base = homeDirectory() / ".config";
+    return base / "tavi" / "tavi.conf";
+}
+
+std::optional<StoredValue> QtSettingsStore::value(std::string_view key) const {
+    const QString name = toQString(key);
+    if (!settings_->contains(name)) return std::nullopt;
+    return fromQVariant(settings_->value(name));
+}
+
+void QtSettingsStore::setValue(std::string_view key, const StoredValue& value) {
+    settings_->setValue(toQString(key), toQVariant(value));
+    persist();
+}
+
+void QtSettingsStore::remove(std::string_view key) {
+    settings_->remove(toQString(key));
+    persist();
+}
+
+// Makes sure the file exists with private permissions before QSettings
+// writes secrets into it. QSettings replaces the file atomically through a
+// temporary file that takes over the existing file's permissions.
+bool QtSettingsStore::prepareFile() {
+    if (!makePrivateDirectories(file_.parent_path())) return false;
+    const int fd = ::open(file_.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, kPrivateFileMode);
+    if (fd < 0) return false;
+    struct stat status {};
+    bool ok = ::fstat(fd, &status) == 0;
+    if (ok && (status.st_mode & 077) != 0) ok = ::fchmod(fd, status.st_mode & 0700) == 0;
+    ::close(fd);
+    return ok;
+}
+
+void QtSettingsStore::persist() {
+    const bool prepared = prepareFile();
+    settings_->sync();
+    // A failed sync keeps the change in QSettings' memory; the next write
+    // tries again to bring it to disk.
+    lastWriteSucceeded_ = prepared && settings_->status() == QSettings::NoError;
+}
+
+AppSettings& AppSettings::shared() {
+    // Never destroyed: other singletons may still read settings during exit.
+    static AppSettings* const instance = [] {
+        static QtSettingsStore* const store = new QtSettingsStore(QtSettingsStore::defaultFilePath());
+        return new AppSettings(*store, NotificationCenter::defaultCenter());
+    }();
+    return *instance;
+}
+
+}  // namespace tavi

@@ -1,0 +1,60 @@
+#pragma once
+
+#include <filesystem>
+#include <memory>
+
+#include "settings/SettingsStore.h"
+
+class QSettings;
+
+namespace tavi {
+
+// The user's settings file, $XDG_CONFIG_HOME/tavi/tavi.conf (~/.config when
+// XDG_CONFIG_HOME is unset, empty or relative): an INI file read and written
+// through QSettings, one key per property in its [General] group.
+//
+// - The file holds API secrets: its directory is created 0700 and the file
+//   0600 before anything is written; an existing file loses any group or
+//   other permission bits at the first write.
+// - Nothing is touched on disk until the first write, so reading settings
+//   never creates a file.
+// - Every write and removal is synced at once. QSettings takes the file's
+//   lock, re-reads it when its size or time stamp changed, and merges, so keys
+//   written meanwhile by another process survive.
+// - Text-only storage: booleans, integers and doubles come back as strings
+//   ("true", "5") once they went through the file; bytes and lists of two or
+//   more strings keep their type (a one-element list comes back as a string,
+//   an empty one as missing).
+// - A file that cannot be written (read-only directory, disk full) or read
+//   (garbage) never throws: the values stay in memory for this process and
+//   lastWriteSucceeded() tells. Unreadable content loads as missing keys.
+// - Needs no QCoreApplication. One owning thread.
+class QtSettingsStore : public SettingsStore {
+public:
+    explicit QtSettingsStore(std::filesystem::path file);
+    ~QtSettingsStore() override;
+    QtSettingsStore(const QtSettingsStore&) = delete;
+    QtSettingsStore& operator=(const QtSettingsStore&) = delete;
+
+    // Where the user's settings live, from the environment of this process.
+    static std::filesystem::path defaultFilePath();
+
+    const std::filesystem::path& filePath() const { return file_; }
+
+    std::optional<StoredValue> value(std::string_view key) const override;
+    void setValue(std::string_view key, const StoredValue& value) override;
+    void remove(std::string_view key) override;
+
+    // Whether the last write or removal reached the file.
+    bool lastWriteSucceeded() const { return lastWriteSucceeded_; }
+
+private:
+    bool prepareFile();
+    void persist();
+
+    std::filesystem::path file_;
+    std::unique_ptr<QSettings> settings_;
+    bool lastWriteSucceeded_ = true;
+};
+
+}  // namespace tavi

@@ -9,6 +9,8 @@
 namespace tavi {
 namespace {
 
+using V = AppSettingsValues;
+
 // A provider with this identifier was removed; its users move to the default.
 constexpr std::string_view kRemovedProviderID = "tencent";
 
@@ -128,31 +130,81 @@ void AppSettings::announceChange(std::string_view key) { observers_.notify(key);
 
 Subscription AppSettings::observe(ChangeObserver observer) { return observers_.add(std::move(observer)); }
 
-void AppSettings::setActiveProviderID(std::string value) { assign(&AppSettingsValues::activeProviderID, "activeProviderID", std::move(value)); }
-void AppSettings::setSourceLanguage(Language value) { assign(&AppSettingsValues::sourceLanguage, "sourceLanguage", value); }
-void AppSettings::setTargetLanguage(Language value) { assign(&AppSettingsValues::targetLanguage, "targetLanguage", value); }
-void AppSettings::setOpenAIAPIKey(std::string value) { assign(&AppSettingsValues::openAIAPIKey, "openAIAPIKey", std::move(value)); }
-void AppSettings::setOpenAIModel(std::string value) { assign(&AppSettingsValues::openAIModel, "openAIModel", std::move(value)); }
-void AppSettings::setOpenAIBaseURL(std::string value) { assign(&AppSettingsValues::openAIBaseURL, "openAIBaseURL", std::move(value)); }
-void AppSettings::setClaudeAPIKey(std::string value) { assign(&AppSettingsValues::claudeAPIKey, "claudeAPIKey", std::move(value)); }
-void AppSettings::setClaudeModel(std::string value) { assign(&AppSettingsValues::claudeModel, "claudeModel", std::move(value)); }
-void AppSettings::setDeepLAPIKey(std::string value) { assign(&AppSettingsValues::deepLAPIKey, "deepLAPIKey", std::move(value)); }
-void AppSettings::setDeepLIsPro(bool value) { assign(&AppSettingsValues::deepLIsPro, "deepLIsPro", value); }
-void AppSettings::setGoogleAPIKey(std::string value) { assign(&AppSettingsValues::googleAPIKey, "googleAPIKey", std::move(value)); }
-void AppSettings::setBaiduAppID(std::string value) { assign(&AppSettingsValues::baiduAppID, "baiduAppID", std::move(value)); }
-void AppSettings::setBaiduSecretKey(std::string value) { assign(&AppSettingsValues::baiduSecretKey, "baiduSecretKey", std::move(value)); }
-void AppSettings::setAliyunAccessKeyID(std::string value) { assign(&AppSettingsValues::aliyunAccessKeyID, "aliyunAccessKeyID", std::move(value)); }
-void AppSettings::setAliyunAccessKeySecret(std::string value) { assign(&AppSettingsValues::aliyunAccessKeySecret, "aliyunAccessKeySecret", std::move(value)); }
-void AppSettings::setVolcanoAccessKeyID(std::string value) { assign(&AppSettingsValues::volcanoAccessKeyID, "volcanoAccessKeyID", std::move(value)); }
-void AppSettings::setVolcanoSecretAccessKey(std::string value) { assign(&AppSettingsValues::volcanoSecretAccessKey, "volcanoSecretAccessKey", std::move(value)); }
-void AppSettings::setClipboardMonitorEnabled(bool value) { assign(&AppSettingsValues::clipboardMonitorEnabled, "clipboardMonitorEnabled", value); }
-void AppSettings::setAutoTranslateOnCopy(bool value) { assign(&AppSettingsValues::autoTranslateOnCopy, "autoTranslateOnCopy", value); }
-void AppSettings::setShowPopupNearCursor(bool value) { assign(&AppSettingsValues::showPopupNearCursor, "showPopupNearCursor", value); }
-void AppSettings::setMinTextLengthForAutoTranslate(std::int64_t value) { assign(&AppSettingsValues::minTextLengthForAutoTranslate, "minTextLengthForAutoTranslate", value); }
-void AppSettings::setOpenTranslationWindowHotkey(HotkeyShortcut value) { assignHotkey(&AppSettingsValues::openTranslationWindowHotkey, "openTranslationWindowHotkey", value); }
-void AppSettings::setTranslateSelectedTextHotkey(HotkeyShortcut value) { assignHotkey(&AppSettingsValues::translateSelectedTextHotkey, "translateSelectedTextHotkey", value); }
-void AppSettings::setScreenshotTranslationHotkey(HotkeyShortcut value) { assignHotkey(&AppSettingsValues::screenshotTranslationHotkey, "screenshotTranslationHotkey", value); }
-void AppSettings::setToggleClipboardMonitorHotkey(HotkeyShortcut value) { assignHotkey(&AppSettingsValues::toggleClipboardMonitorHotkey, "toggleClipboardMonitorHotkey", value); }
+void AppSettings::setActiveProviderID(std::string value) {
+    assign(&V::activeProviderID, "activeProviderID", std::move(value));
+}
+void AppSettings::setSourceLanguage(Language value) {
+    assign(&V::sourceLanguage, "sourceLanguage", value);
+}
+void AppSettings::setTargetLanguage(Language value) {
+    assign(&V::targetLanguage, "targetLanguage", value);
+}
+void AppSettings::setOpenAIAPIKey(std::string value) {
+    assign(&V::openAIAPIKey, "openAIAPIKey", std::move(value));
+}
+void AppSettings::setOpenAIModel(std::string value) {
+    assign(&V::openAIModel, "openAIModel", std::move(value));
+}
+void AppSettings::setOpenAIBaseURL(std::string value) {
+    assign(&V::openAIBaseURL, "openAIBaseURL", std::move(value));
+}
+void AppSettings::setClaudeAPIKey(std::string value) {
+    assign(&V::claudeAPIKey, "claudeAPIKey", std::move(value));
+}
+void AppSettings::setClaudeModel(std::string value) {
+    assign(&V::claudeModel, "claudeModel", std::move(value));
+}
+void AppSettings::setDeepLAPIKey(std::string value) {
+    assign(&V::deepLAPIKey, "deepLAPIKey", std::move(value));
+}
+void AppSettings::setDeepLIsPro(bool value) {
+    assign(&V::deepLIsPro, "deepLIsPro", value);
+}
+void AppSettings::setGoogleAPIKey(std::string value) {
+    assign(&V::googleAPIKey, "googleAPIKey", std::move(value));
+}
+void AppSettings::setBaiduAppID(std::string value) {
+    assign(&V::baiduAppID, "baiduAppID", std::move(value));
+}
+void AppSettings::setBaiduSecretKey(std::string value) {
+    assign(&V::baiduSecretKey, "baiduSecretKey", std::move(value));
+}
+void AppSettings::setAliyunAccessKeyID(std::string value) {
+    assign(&V::aliyunAccessKeyID, "aliyunAccessKeyID", std::move(value));
+}
+void AppSettings::setAliyunAccessKeySecret(std::string value) {
+    assign(&V::aliyunAccessKeySecret, "aliyunAccessKeySecret", std::move(value));
+}
+void AppSettings::setVolcanoAccessKeyID(std::string value) {
+    assign(&V::volcanoAccessKeyID, "volcanoAccessKeyID", std::move(value));
+}
+void AppSettings::setVolcanoSecretAccessKey(std::string value) {
+    assign(&V::volcanoSecretAccessKey, "volcanoSecretAccessKey", std::move(value));
+}
+void AppSettings::setClipboardMonitorEnabled(bool value) {
+    assign(&V::clipboardMonitorEnabled, "clipboardMonitorEnabled", value);
+}
+void AppSettings::setAutoTranslateOnCopy(bool value) {
+    assign(&V::autoTranslateOnCopy, "autoTranslateOnCopy", value);
+}
+void AppSettings::setShowPopupNearCursor(bool value) {
+    assign(&V::showPopupNearCursor, "showPopupNearCursor", value);
+}
+void AppSettings::setMinTextLengthForAutoTranslate(std::int64_t value) {
+    assign(&V::minTextLengthForAutoTranslate, "minTextLengthForAutoTranslate", value);
+}
+void AppSettings::setOpenTranslationWindowHotkey(HotkeyShortcut value) {
+    assignHotkey(&V::openTranslationWindowHotkey, "openTranslationWindowHotkey", value);
+}
+void AppSettings::setTranslateSelectedTextHotkey(HotkeyShortcut value) {
+    assignHotkey(&V::translateSelectedTextHotkey, "translateSelectedTextHotkey", value);
+}
+void AppSettings::setScreenshotTranslationHotkey(HotkeyShortcut value) {
+    assignHotkey(&V::screenshotTranslationHotkey, "screenshotTranslationHotkey", value);
+}
+void AppSettings::setToggleClipboardMonitorHotkey(HotkeyShortcut value) {
+    assignHotkey(&V::toggleClipboardMonitorHotkey, "toggleClipboardMonitorHotkey", value);
+}
 
 HotkeyShortcut AppSettings::hotkey(HotkeyAction action) const {
     switch (action) {

@@ -21,7 +21,8 @@ std::optional<std::string> hotkeyRefusal(HotkeyAction action, HotkeyShortcut can
     if (candidate.modifiers == 0) return std::string(kHotkeyNeedsModifierMessage);
     for (HotkeyAction other : allHotkeyActions()) {
         if (other == action || currentShortcut(settings, other) != candidate) continue;
-        return "“" + shortcutDisplay(candidate) + "” 已被“" + std::string(title(other)) + "”使用，请换一个组合。";
+        return "“" + shortcutDisplay(candidate) + "” 已被“" + std::string(title(other)) +
+               "”使用，请换一个组合。";
     }
     return std::nullopt;
 }

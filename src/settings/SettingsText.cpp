@@ -68,7 +68,8 @@ std::size_t tailStart(std::string_view text, std::size_t count) {
 }
 
 std::size_t characterCount(std::string_view text) {
-    return static_cast<std::size_t>(std::count_if(text.begin(), text.end(), [](char c) { return !isContinuationByte(c); }));
+    return static_cast<std::size_t>(
+        std::count_if(text.begin(), text.end(), [](char c) { return !isContinuationByte(c); }));
 }
 
 std::string languageList() {
@@ -89,7 +90,8 @@ AssignOutcome assigned() { return {AssignOutcome::Kind::assigned, {}}; }
 AssignOutcome assignHotkeyText(AppSettings& settings, std::string_view key, std::string_view text) {
     const std::optional<HotkeyShortcut> shortcut = decodeHotkeyJson(text);
     if (!shortcut || shortcut->keyCode > kMaxKeyCode || (shortcut->modifiers & ~kKnownModifiers) != 0) {
-        return malformed(key, R"(必须是 {"keyCode":17,"modifiers":2048} 形式的 JSON：keyCode 为 0 到 65535 的整数，)"
+        return malformed(key, R"(必须是 {"keyCode":17,"modifiers":2048} 形式的 JSON：)"
+                              "keyCode 为 0 到 65535 的整数，"
                               "modifiers 为 256（⌘）、512（⇧）、2048（⌥）、4096（⌃）中若干项之和");
     }
     HotkeyAction action = HotkeyAction::openTranslationWindow;

@@ -28,6 +28,7 @@ struct RecordedRequest {
     std::vector<HttpHeader> headers;  // in arrival order, names spelt as sent, values without surrounding blanks
     std::string head;     // request line and header lines byte for byte, up to and including the blank line
     std::string body;
+    std::string serverName;  // the TLS server name (SNI) the client asked for; empty if none
     std::size_t connectionId = 0;  // 1 for the first connection the fake accepted, 2 for the next, ...
     int remotePort = 0;
 

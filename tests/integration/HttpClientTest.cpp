@@ -1,0 +1,382 @@
+#include <arpa/inet.h>
+#include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <thread>
+
+#include "FakeHttpsServer.h"
+#include "ScopedEnv.h"
+#include "TestCertificates.h"
+#include "core/CurlHttpClient.h"
+
+namespace tavi {
+namespace {
+
+using namespace std::chrono_literals;
+using test::FakeHttpsServer;
+using test::RecordedRequest;
+using test::TestCertificates;
+using Kind = TransportError::Kind;
+
+CurlHttpClient::Options optionsFor(const FakeHttpsServer& server, std::size_t maxResponseBytes = 8 * 1024 * 1024) {
+    CurlHttpClient::Options options;
+    options.maxResponseBytes = maxResponseBytes;
+    for (const char* host : {"api.openai.com", "api.deepl.com"}) options.connectTo.push_back(server.connectTo(host));
+    options.caBundle = TestCertificates::instance().caPath();
+    return options;
+}
+
+HttpRequest get(std::string url, std::chrono::milliseconds timeout = 10s) {
+    HttpRequest request;
+    request.url = std::move(url);
+    request.timeout = timeout;
+    return request;
+}
+
+TransportError transportErrorOf(const Result<HttpResponse>& result) {
+    if (result.ok()) {
+        ADD_FAILURE() << "expected a transport error, got HTTP " << result->status;
+        return {};
+    }
+    const auto* error = std::get_if<TransportError>(&result.error());
+    if (error == nullptr) {
+        ADD_FAILURE() << "expected a transport error, got: " << describe(result.error());
+        return {};
+    }
+    return *error;
+}
+
+// A port on which nothing listens: bound once by us, then released.
+int closedPort() {
+    int socket = ::socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t length = sizeof address;
+    EXPECT_EQ(::bind(socket, reinterpret_cast<sockaddr*>(&address), length), 0);
+    EXPECT_EQ(::getsockname(socket, reinterpret_cast<sockaddr*>(&address), &length), 0);
+    ::close(socket);
+    return ntohs(address.sin_port);
+}
+
+class HttpClientTest : public ::testing::Test {
+protected:
+    FakeHttpsServer server;
+    CurlHttpClient client{optionsFor(server)};
+};
+
+// ---- what goes out ----
+
+TEST_F(HttpClientTest, RequestArrivesByteForByteUnderTheProductionHostName) {
+    server.on("POST", "/v1/chat/completions", FakeHttpsServer::respond(200, "{}"));
+    HttpRequest request;
+    request.method = "POST";
+    request.url = "https://api.openai.com/v1/chat/completions?q=a%2Fb+c&empty=";
+    request.headers = {{"Authorization", "Bearer sk-test"},
+                       {"Content-Type", "application/json"},
+                       {"X-Empty", ""},
+                       {"x-lower-case", "Mixed Value"}};
+    request.body = std::string("{\"text\":\"\xE4\xBD\xA0\xE5\xA5\xBD\"}\0tail", 23);
+
+    auto result = client.send(request);
+    ASSERT_TRUE(result.ok()) << describe(result.error());
+    EXPECT_EQ(result->status, 200);
+
+    const RecordedRequest sent = server.lastRequest();
+    EXPECT_EQ(sent.head.substr(0, sent.head.find("\r\n")),
+              "POST /v1/chat/completions?q=a%2Fb+c&empty= HTTP/1.1");
+    EXPECT_EQ(sent.serverName, "api.openai.com");
+    EXPECT_EQ(sent.headerCount("Host"), 1u);
+    EXPECT_EQ(sent.header("Host"), "api.openai.com");
+    EXPECT_EQ(sent.header("User-Agent"), "Tavi/0.1.0");
+    EXPECT_EQ(sent.header("Content-Length"), "23");
+    EXPECT_EQ(sent.headerCount("Content-Type"), 1u);
+    EXPECT_EQ(sent.headerCount("Expect"), 0u);
+    EXPECT_EQ(sent.headerCount("Transfer-Encoding"), 0u);
+    // The caller's fields go out together, in their order, spelt as given.
+    EXPECT_NE(sent.head.find("\r\nAuthorization: Bearer sk-test\r\n"
+                             "Content-Type: application/json\r\n"
+                             "X-Empty:\r\n"
+                             "x-lower-case: Mixed Value\r\n"),
+              std::string::npos)
+        << sent.head;
+    EXPECT_EQ(sent.body, request.body);
+}
+
+TEST_F(HttpClientTest, EmptyPostSendsContentLengthZeroAndCallerHostHeaderReplacesCurls) {
+    server.on("POST", "/v2/translate", FakeHttpsServer::respond(200, "{}"));
+    HttpRequest request;
+    request.method = "POST";
+    request.url = "https://api.deepl.com/v2/translate";
+    request.headers = {{"Content-Type", "application/json"}, {"Host", "api.deepl.com"}};
+
+    auto result = client.send(request);
+    ASSERT_TRUE(result.ok()) << describe(result.error());
+
+    const RecordedRequest sent = server.lastRequest();
+    EXPECT_EQ(sent.method, "POST");
+    EXPECT_EQ(sent.header("Content-Length"), "0");
+    EXPECT_EQ(sent.header("Content-Type"), "application/json");
+    EXPECT_EQ(sent.headerCount("Host"), 1u);
+    EXPECT_EQ(sent.header("Host"), "api.deepl.com");
+    EXPECT_EQ(sent.serverName, "api.deepl.com");
+    EXPECT_TRUE(sent.body.empty());
+}
+
+// ---- what comes back ----
+
+TEST_F(HttpClientTest, AnyStatusComesBackAsAResponseAndRedirectsAreNotFollowed) {
+    const std::string oddBody = std::string("\0") + FakeHttpsServer::invalidUtf8Text();
+    server.on("GET", "/error", [&](const RecordedRequest&, httplib::Response& response) {
+        response.status = 503;
+        response.set_header("X-Request-Id", "abc 123");
+        response.set_header("Retry-After", "7");
+        response.set_content(oddBody, "text/plain");
+    });
+    server.on("GET", "/moved", [](const RecordedRequest&, httplib::Response& response) {
+        response.status = 302;
+        response.set_header("Location", "https://api.openai.com/elsewhere");
+    });
+
+    auto failed = client.send(get("https://api.openai.com/error"));
+    ASSERT_TRUE(failed.ok()) << describe(failed.error());
+    EXPECT_EQ(failed->status, 503);
+    EXPECT_EQ(failed->body, oddBody);
+    EXPECT_EQ(failed->header("x-request-id"), "abc 123");
+    EXPECT_EQ(failed->header("Retry-After"), "7");
+    EXPECT_EQ(failed->header("Content-Type"), "text/plain");
+
+    auto moved = client.send(get("https://api.openai.com/moved"));
+    ASSERT_TRUE(moved.ok()) << describe(moved.error());
+    EXPECT_EQ(moved->status, 302);
+    EXPECT_EQ(moved->header("Location"), "https://api.openai.com/elsewhere");
+    EXPECT_EQ(server.requestCount(), 2u);
+
+    auto missing = client.send(get("https://api.openai.com/nowhere"));
+    ASSERT_TRUE(missing.ok());
+    EXPECT_EQ(missing->status, 404);
+}
+
+TEST_F(HttpClientTest, BodyOfExactlyTheLimitIsAcceptedAndOneByteMoreIsRefused) {
+    constexpr std::size_t limit = 100 * 1024;
+    CurlHttpClient small(optionsFor(server, limit));
+    server.on("GET", "/at-limit", FakeHttpsServer::hugeBody(limit));
+    server.on("GET", "/over-limit", FakeHttpsServer::hugeBody(limit + 1));
+    server.on("GET", "/at-limit-chunked", FakeHttpsServer::hugeBody(limit, false));
+    server.on("GET", "/over-limit-chunked", FakeHttpsServer::hugeBody(limit + 1, false));
+
+    for (const char* path : {"/at-limit", "/at-limit-chunked"}) {
+        auto result = small.send(get(std::string("https://api.openai.com") + path));
+        ASSERT_TRUE(result.ok()) << path << ": " << describe(result.error());
+        EXPECT_EQ(result->body.size(), limit) << path;
+    }
+    for (const char* path : {"/over-limit", "/over-limit-chunked"}) {
+        auto error = transportErrorOf(small.send(get(std::string("https://api.openai.com") + path)));
+        EXPECT_EQ(error.kind, Kind::responseTooLarge) << path << ": " << error.detail;
+        EXPECT_EQ(error.host, "api.openai.com");
+    }
+}
+
+TEST_F(HttpClientTest, HugeBodyIsAbandonedAtTheDefaultLimit) {
+    // A gigabyte: reading it to the end would be slow and would not fit the
+    // test's memory budget, so passing means the client stopped early.
+    constexpr std::size_t gigabyte = std::size_t(1) << 30;
+    server.on("GET", "/announced", FakeHttpsServer::hugeBody(gigabyte));
+    server.on("GET", "/streamed", FakeHttpsServer::hugeBody(gigabyte, false));
+    CurlHttpClient defaults([&] {
+        auto options = optionsFor(server);
+        options.maxResponseBytes = CurlHttpClient::Options{}.maxResponseBytes;
+        return options;
+    }());
+    EXPECT_EQ(CurlHttpClient::Options{}.maxResponseBytes, 8u * 1024 * 1024);
+
+    EXPECT_EQ(transportErrorOf(defaults.send(get("https://api.openai.com/announced"))).kind, Kind::responseTooLarge);
+    EXPECT_EQ(transportErrorOf(defaults.send(get("https://api.openai.com/streamed"))).kind, Kind::responseTooLarge);
+}
+
+// ---- connections ----
+
+TEST_F(HttpClientTest, SequentialRequestsToOneHostShareOneConnection) {
+    server.on("GET", "/ping", FakeHttpsServer::respond(200, "pong"));
+    for (int i = 0; i < 20; ++i) {
+        auto result = client.send(get("https://api.openai.com/ping"));
+        ASSERT_TRUE(result.ok()) << i << ": " << describe(result.error());
+        EXPECT_EQ(result->body, "pong");
+    }
+    EXPECT_EQ(client.connectionsOpened(), 1u);
+    EXPECT_EQ(server.connectionCount(), 1u);
+    EXPECT_EQ(server.handshakesCompleted(), 1u);
+}
+
+TEST_F(HttpClientTest, ConnectionClosedByTheServerBetweenRequestsIsReplaced) {
+    server.setDropConnectionAfterEachResponse(true);
+    server.on("GET", "/ping", FakeHttpsServer::respond(200, "pong"));
+    for (int i = 0; i < 3; ++i) {
+        auto result = client.send(get("https://api.openai.com/ping"));
+        ASSERT_TRUE(result.ok()) << i << ": " << describe(result.error());
+        EXPECT_EQ(result->body, "pong");
+    }
+    EXPECT_EQ(server.connectionCount(), 3u);
+}
+
+TEST_F(HttpClientTest, RequestsFromSeveralThreadsAtOnceEachGetTheirOwnAnswer) {
+    server.on("GET", "/echo", [](const RecordedRequest& request, httplib::Response& response) {
+        response.set_content(request.query, "text/plain");
+    });
+    constexpr int threads = 4;
+    constexpr int perThread = 5;
+    std::vector<std::thread> workers;
+    std::atomic<int> answered{0};
+    for (int t = 0; t < threads; ++t) {
+        workers.emplace_back([&, t] {
+            for (int i = 0; i < perThread; ++i) {
+                const std::string id = std::to_string(t) + "-" + std::to_string(i);
+                auto result = client.send(get("https://api.openai.com/echo?" + id));
+                if (result.ok() && result->body == id) ++answered;
+            }
+        });
+    }
+    for (auto& worker : workers) worker.join();
+    EXPECT_EQ(answered, threads * perThread);
+    EXPECT_LE(client.connectionsOpened(), static_cast<std::size_t>(threads));
+}
+
+// ---- failures ----
+
+TEST_F(HttpClientTest, StalledServerTimesOutAfterTheRequestsOwnTimeout) {
+    server.on("GET", "/slow", server.stall(30s));
+    const auto started = std::chrono::steady_clock::now();
+    auto error = transportErrorOf(client.send(get("https://api.openai.com/slow?key=SECRET", 300ms)));
+    const auto waited = std::chrono::steady_clock::now() - started;
+
+    EXPECT_EQ(error.kind, Kind::timedOut) << error.detail;
+    EXPECT_EQ(error.host, "api.openai.com");
+    EXPECT_GE(waited, 250ms);
+    EXPECT_LT(waited, 5s);
+    EXPECT_EQ(error.detail.find("SECRET"), std::string::npos);
+}
+
+TEST_F(HttpClientTest, ResponseCutShortIsALostConnection) {
+    server.on("GET", "/truncated", FakeHttpsServer::truncatedBody(R"({"translations":[{"text":"hello"}]})", 10));
+    server.on("GET", "/reset", FakeHttpsServer::resetMidResponse(R"({"transl)", 4096));
+
+    for (const char* path : {"/truncated", "/reset"}) {
+        auto error = transportErrorOf(client.send(get(std::string("https://api.openai.com") + path)));
+        EXPECT_EQ(error.kind, Kind::connectionLost) << path << ": " << error.detail;
+        EXPECT_EQ(error.host, "api.openai.com");
+    }
+}
+
+TEST(HttpClientTlsTest, CertificateNotSignedByATrustedAuthorityIsRefused) {
+    FakeHttpsServer impostor(FakeHttpsServer::Certificate::untrusted);
+    CurlHttpClient client(optionsFor(impostor));
+    auto error = transportErrorOf(client.send(get("https://api.openai.com/v1/models")));
+    EXPECT_EQ(error.kind, Kind::tlsFailure) << error.detail;
+    EXPECT_EQ(error.host, "api.openai.com");
+    EXPECT_EQ(impostor.requestCount(), 0u);
+
+    // The test authority is unknown to the system store.
+    FakeHttpsServer server;
+    auto options = optionsFor(server);
+    options.caBundle.clear();
+    CurlHttpClient systemTrust(options);
+    EXPECT_EQ(transportErrorOf(systemTrust.send(get("https://api.openai.com/v1/models"))).kind, Kind::tlsFailure);
+    EXPECT_EQ(server.requestCount(), 0u);
+}
+
+TEST(HttpClientTlsTest, HostNameNotInTheCertificateIsRefused) {
+    FakeHttpsServer server;
+    CurlHttpClient::Options options = optionsFor(server);
+    options.connectTo = {server.connectTo("api.example.org")};
+    CurlHttpClient client(options);
+    auto error = transportErrorOf(client.send(get("https://api.example.org/")));
+    EXPECT_EQ(error.kind, Kind::tlsFailure) << error.detail;
+    EXPECT_EQ(server.requestCount(), 0u);
+}
+
+TEST(HttpClientFailureTest, NothingListeningIsARefusedConnection) {
+    CurlHttpClient::Options options;
+    options.connectTo = {"api.openai.com:443:127.0.0.1:" + std::to_string(closedPort())};
+    CurlHttpClient client(options);
+    auto error = transportErrorOf(client.send(get("https://api.openai.com/v1/models")));
+    EXPECT_EQ(error.kind, Kind::connectionRefused) << error.detail;
+    EXPECT_EQ(error.host, "api.openai.com");
+}
+
+TEST(HttpClientFailureTest, UnknownHostIsHostNotFound) {
+    CurlHttpClient client(CurlHttpClient::Options{});
+    auto error = transportErrorOf(client.send(get("https://no-such-host.invalid/path?key=SECRET")));
+    EXPECT_EQ(error.kind, Kind::hostNotFound) << error.detail;
+    EXPECT_EQ(error.host, "no-such-host.invalid");
+    EXPECT_EQ(error.detail.find("SECRET"), std::string::npos);
+    EXPECT_EQ(error.description(), "找不到服务器，请检查网络或服务地址（no-such-host.invalid）");
+}
+
+TEST(HttpClientFailureTest, UrlsThatAreNotHttpAreInvalidAndShownWithoutSecrets) {
+    CurlHttpClient client(CurlHttpClient::Options{});
+
+    auto ftp = transportErrorOf(client.send(get("ftp://user:pw@example.com/file?key=SECRET#frag")));
+    EXPECT_EQ(ftp.kind, Kind::invalidUrl);
+    EXPECT_EQ(ftp.detail, "ftp://example.com/file");
+    EXPECT_EQ(ftp.description(), "服务地址无效：ftp://example.com/file");
+
+    for (const char* url : {"not a url", "", "file:///etc/passwd", "https://"}) {
+        auto error = transportErrorOf(client.send(get(url)));
+        EXPECT_EQ(error.kind, Kind::invalidUrl) << '"' << url << "\": " << error.detail;
+    }
+}
+
+TEST(HttpClientFailureTest, EveryKindIsDescribedInChineseWithTheHost) {
+    const std::pair<Kind, const char*> expected[] = {
+        {Kind::timedOut, "请求超时，服务器没有及时响应（api.openai.com）"},
+        {Kind::hostNotFound, "找不到服务器，请检查网络或服务地址（api.openai.com）"},
+        {Kind::connectionRefused, "无法连接到服务器，连接被拒绝（api.openai.com）"},
+        {Kind::connectionLost, "网络连接已中断，未收到完整的响应（api.openai.com）"},
+        {Kind::tlsFailure, "无法建立安全连接（TLS 证书或握手失败）（api.openai.com）"},
+        {Kind::responseTooLarge, "服务器返回的内容过大，已停止接收（api.openai.com）"},
+        {Kind::other, "网络请求失败（api.openai.com）"},
+    };
+    for (const auto& [kind, text] : expected) {
+        TransportError error{kind, "api.openai.com", "library words"};
+        EXPECT_EQ(error.description(), text);
+        EXPECT_EQ(describe(Error(error)), text);
+    }
+}
+
+// ---- configuration ----
+
+TEST(HttpClientOptionsTest, EnvironmentNamesConnectToEntriesAndTheTrustedAuthorities) {
+    {
+        test::ScopedEnv connectTo("TAVI_CONNECT_TO", " api.openai.com:443:127.0.0.1:8443,,api.deepl.com:443:localhost:9443,");
+        test::ScopedEnv caBundle("TAVI_CA_BUNDLE", "/tmp/ca.pem");
+        auto options = CurlHttpClient::Options::fromEnvironment();
+        EXPECT_EQ(options.connectTo,
+                  (std::vector<std::string>{"api.openai.com:443:127.0.0.1:8443", "api.deepl.com:443:localhost:9443"}));
+        EXPECT_EQ(options.caBundle, "/tmp/ca.pem");
+        EXPECT_EQ(options.maxResponseBytes, 8u * 1024 * 1024);
+    }
+    {
+        test::ScopedEnv connectTo("TAVI_CONNECT_TO", std::nullopt);
+        test::ScopedEnv caBundle("TAVI_CA_BUNDLE", std::nullopt);
+        auto options = CurlHttpClient::Options::fromEnvironment();
+        EXPECT_TRUE(options.connectTo.empty());
+        EXPECT_TRUE(options.caBundle.empty());
+    }
+}
+
+TEST(HttpClientOptionsTest, ClientConfiguredFromTheEnvironmentReachesTheFake) {
+    FakeHttpsServer server;
+    server.on("GET", "/v1/models", FakeHttpsServer::respond(200, R"({"data":[]})"));
+    test::ScopedEnv connectTo("TAVI_CONNECT_TO", server.connectTo("api.openai.com"));
+    test::ScopedEnv caBundle("TAVI_CA_BUNDLE", TestCertificates::instance().caPath());
+    CurlHttpClient client;
+    auto result = client.send(get("https://api.openai.com/v1/models"));
+    ASSERT_TRUE(result.ok()) << describe(result.error());
+    EXPECT_EQ(result->body, R"({"data":[]})");
+}
+
+}  // namespace
+}  // namespace tavi

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "FakeSignedServices.h"
+#include "PinnedEnvironment.h"
 #include "TestCertificates.h"
 #include "core/CurlHttpClient.h"
 #include "providers/AliyunProvider.h"
@@ -185,6 +186,23 @@ TEST_F(SignedProvidersTest, HostileRepliesOverTheWire) {
     EXPECT_EQ(describe(translate(aliyunProvider, "hello").error()), "阿里翻译：The source text is too long（10007）");
     aliyun.scriptReply(200, R"({"Code":"200","Data":{"Translated":42}})");
     EXPECT_EQ(describe(translate(aliyunProvider, "hello").error()), "服务器返回了无效的响应");
+}
+
+TEST_F(SignedProvidersTest, StaleClocksAndReusedNoncesAreRefused) {
+    // A clock off by an hour (a time-zone slip, say) is what the services reject first.
+    test::PinnedEnvironment pinned;
+    pinned.now = std::chrono::duration_cast<std::chrono::seconds>(
+                     std::chrono::system_clock::now().time_since_epoch()).count() - 3600;
+    const ProviderContext stale{settings, client(), pinned};
+    EXPECT_EQ(describe(volcanoProvider.translate("hello", Language::auto_, Language::chinese, stale).error()),
+              "HTTP 401");
+    EXPECT_EQ(describe(aliyunProvider.translate("hello", Language::auto_, Language::chinese, stale).error()),
+              "阿里翻译：Specified time stamp or date value is expired.（InvalidTimeStamp.Expired）");
+
+    pinned.now += 3600;
+    EXPECT_TRUE(aliyunProvider.translate("hello", Language::auto_, Language::chinese, stale).ok());
+    EXPECT_EQ(describe(aliyunProvider.translate("hello", Language::auto_, Language::chinese, stale).error()),
+              "阿里翻译：Specified signature nonce was used already.（SignatureNonceUsed）");
 }
 
 TEST_F(SignedProvidersTest, RefusedRequestsNeverReachTheWire) {

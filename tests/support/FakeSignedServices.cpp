@@ -25,6 +25,14 @@ std::optional<std::string> find(const Params& params, const std::string& name) {
     return std::nullopt;
 }
 
+Params withoutSignature(const Params& params) {
+    Params rest;
+    for (const auto& param : params) {
+        if (param.first != "Signature") rest.push_back(param);
+    }
+    return rest;
+}
+
 std::int64_t nowSeconds() {
     return std::chrono::duration_cast<std::chrono::seconds>(std::chrono::system_clock::now().time_since_epoch())
         .count();
@@ -241,15 +249,10 @@ std::optional<FakeSignedService::Reply> FakeAliyunService::refusal(const Recorde
     }
     const verify::Verdict verdict = verify::verifyAliyun(request.method, *form, accessKeyID_, accessKeySecret_);
     if (!verdict) {
+        // The real service shows its own string to sign, to help callers find their mistake.
         return error(400, "SignatureDoesNotMatch",
                      "Specified signature is not matched with our calculation. server string to sign is:" +
-                         verify::aliyunStringToSign(request.method, [&] {
-                             Params unsigned_;
-                             for (const auto& param : *form) {
-                                 if (param.first != "Signature") unsigned_.push_back(param);
-                             }
-                             return unsigned_;
-                         }()));
+                         verify::aliyunStringToSign(request.method, withoutSignature(*form)));
     }
     {
         std::lock_guard lock(nonceMutex_);

@@ -1,0 +1,251 @@
+#include <gtest/gtest.h>
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "core/NotificationCenter.h"
+#include "settings/AppSettings.h"
+#include "settings/HotkeyModel.h"
+#include "settings/MemorySettingsStore.h"
+
+namespace tavi {
+namespace {
+
+constexpr std::uint32_t kCommand = 0x0100, kShift = 0x0200, kOption = 0x0800, kControl = 0x1000;
+
+// Installs a keyboard-layout hook for one test and removes it afterwards.
+class LayoutHook {
+public:
+    explicit LayoutHook(std::map<std::uint32_t, std::string> names) {
+        setKeyboardLayoutKeyName([names = std::move(names)](std::uint32_t code) -> std::optional<std::string> {
+            auto it = names.find(code);
+            if (it == names.end()) return std::nullopt;
+            return it->second;
+        });
+    }
+    ~LayoutHook() { setKeyboardLayoutKeyName(nullptr); }
+};
+
+TEST(HotkeyAction, CasesInOrderWithTheirTitlesDefaultsAndKeys) {
+    struct Row {
+        const char* raw;
+        const char* title;
+        HotkeyShortcut shortcut;
+        const char* key;
+    };
+    const Row rows[] = {
+        {"openTranslationWindow", "打开翻译窗口", {17, kOption}, "openTranslationWindowHotkey"},
+        {"translateSelectedText", "翻译选中文字", {0, kOption}, "translateSelectedTextHotkey"},
+        {"screenshotTranslation", "截图翻译", {1, kOption}, "screenshotTranslationHotkey"},
+        {"toggleClipboardMonitor", "切换剪贴板监听", {8, kOption}, "toggleClipboardMonitorHotkey"},
+    };
+    ASSERT_EQ(allHotkeyActions().size(), 4u);
+    for (std::size_t i = 0; i < 4; ++i) {
+        const HotkeyAction action = allHotkeyActions()[i];
+        EXPECT_EQ(rawValue(action), rows[i].raw);
+        EXPECT_EQ(hotkeyActionFromRawValue(rows[i].raw), action);
+        EXPECT_EQ(title(action), rows[i].title);
+        EXPECT_EQ(defaultShortcut(action), rows[i].shortcut);
+        EXPECT_EQ(settingsKey(action), rows[i].key);
+    }
+    EXPECT_FALSE(hotkeyActionFromRawValue("OpenTranslationWindow"));
+    EXPECT_FALSE(hotkeyActionFromRawValue("openTranslationWindowHotkey"));
+}
+
+TEST(HotkeyJson, EncodesTheStoredFormByteForByte) {
+    EXPECT_EQ(encodeHotkeyJson({17, 2048}), R"({"keyCode":17,"modifiers":2048})");
+    EXPECT_EQ(encodeHotkeyJson({0, 0}), R"({"keyCode":0,"modifiers":0})");
+    EXPECT_EQ(encodeHotkeyJson({4294967295u, 6912}), R"({"keyCode":4294967295,"modifiers":6912})");
+}
+
+TEST(HotkeyJson, DecodesOnlyObjectsWithBothUnsigned32BitMembers) {
+    EXPECT_EQ(decodeHotkeyJson(R"({"keyCode":17,"modifiers":2048})"), (HotkeyShortcut{17, kOption}));
+    EXPECT_EQ(decodeHotkeyJson(R"( {"modifiers":256 , "keyCode":96, "extra":[1]} )"), (HotkeyShortcut{96, kCommand}));
+    EXPECT_EQ(decodeHotkeyJson(R"({"keyCode":4294967295,"modifiers":0})"), (HotkeyShortcut{4294967295u, 0}));
+    EXPECT_EQ(decodeHotkeyJson(R"({"keyCode":17.0,"modifiers":2.048e3})"), (HotkeyShortcut{17, kOption}));
+
+    const char* refused[] = {
+        R"({"keyCode":17})",
+        R"({"modifiers":2048})",
+        R"({"keyCode":-1,"modifiers":2048})",
+        R"({"keyCode":17,"modifiers":-2048})",
+        R"({"keyCode":17.5,"modifiers":2048})",
+        R"({"keyCode":"17","modifiers":2048})",
+        R"({"keyCode":true,"modifiers":2048})",
+        R"({"keyCode":null,"modifiers":2048})",
+        R"({"keyCode":4294967296,"modifiers":2048})",
+        R"({"keyCode":1e300,"modifiers":2048})",
+        R"({"keyCode":99999999999999999999999,"modifiers":2048})",
+        R"({"keyCode":17,"modifiers":2048)",
+        R"([17,2048])",
+        R"("keyCode")",
+        "17",
+        "",
+        "\xff\xfe",
+    };
+    for (const char* json : refused) EXPECT_FALSE(decodeHotkeyJson(json)) << json;
+    EXPECT_FALSE(decodeHotkeyJson(std::string(100000, '[') + std::string(100000, ']')));
+}
+
+TEST(HotkeyDisplay, ModifiersInFixedOrderThenTheKey) {
+    EXPECT_EQ(modifierDisplay(0), "");
+    EXPECT_EQ(modifierDisplay(kCommand | kShift | kOption | kControl), "⌃⌥⇧⌘");
+    EXPECT_EQ(modifierDisplay(kCommand | kControl), "⌃⌘");
+    EXPECT_EQ(modifierDisplay(0x00FF | 0x0400 | 0xE000), "");  // bits of no modifier
+    EXPECT_EQ(shortcutDisplay({49, 0x1A00}), "⌃⌥⇧Space");
+    EXPECT_EQ(shortcutDisplay({36, 0}), "↩");
+    EXPECT_EQ(shortcutDisplay({96, kCommand}), "⌘F5");
+    EXPECT_EQ(shortcutDisplay({17, kOption}), "⌥T");
+    EXPECT_EQ(shortcutDisplay({200, kShift}), "⇧Key 200");
+    EXPECT_EQ(keyDisplay(4294967295u), "Key 4294967295");
+}
+
+TEST(HotkeyDisplay, SpecialAndAnsiKeyNames) {
+    const std::map<std::uint32_t, std::string> special = {
+        {36, "↩"},   {48, "⇥"},   {49, "Space"}, {51, "⌫"},   {53, "⎋"},   {117, "⌦"}, {123, "←"},
+        {124, "→"},  {125, "↓"},  {126, "↑"},    {115, "↖"},  {119, "↘"},  {116, "⇞"}, {121, "⇟"},
+        {122, "F1"}, {120, "F2"}, {99, "F3"},    {118, "F4"}, {96, "F5"},  {97, "F6"}, {98, "F7"},
+        {100, "F8"}, {101, "F9"}, {109, "F10"},  {103, "F11"}, {111, "F12"},
+    };
+    const std::map<std::uint32_t, std::string> ansi = {
+        {0, "A"},  {11, "B"}, {8, "C"},  {2, "D"},  {14, "E"}, {3, "F"},  {5, "G"},  {4, "H"},  {34, "I"},
+        {38, "J"}, {40, "K"}, {37, "L"}, {46, "M"}, {45, "N"}, {31, "O"}, {35, "P"}, {12, "Q"}, {15, "R"},
+        {1, "S"},  {17, "T"}, {32, "U"}, {9, "V"},  {13, "W"}, {7, "X"},  {16, "Y"}, {6, "Z"},  {29, "0"},
+        {18, "1"}, {19, "2"}, {20, "3"}, {21, "4"}, {23, "5"}, {22, "6"}, {26, "7"}, {28, "8"}, {25, "9"},
+        {27, "-"}, {24, "="}, {33, "["}, {30, "]"}, {41, ";"}, {39, "'"}, {43, ","}, {47, "."}, {44, "/"},
+        {42, "\\"},
+    };
+    ASSERT_EQ(special.size(), 26u);
+    ASSERT_EQ(ansi.size(), 46u);
+    for (std::uint32_t code = 0; code < 256; ++code) {
+        std::string expected = "Key " + std::to_string(code);
+        if (auto it = special.find(code); it != special.end()) expected = it->second;
+        if (auto it = ansi.find(code); it != ansi.end()) expected = it->second;
+        EXPECT_EQ(keyDisplay(code), expected) << code;
+    }
+}
+
+TEST(HotkeyDisplay, KeyboardLayoutNamesComeBetweenTheTables) {
+    LayoutHook hook({
+        {0, "q"},         // French layout: the A position prints q
+        {12, "a"},
+        {49, "x"},        // never asked: Space is special
+        {1, ""},          // an empty answer falls through
+        {13, "é"},
+        {14, "ß"},
+        {15, "ж"},
+        {16, "ÿ"},
+        {17, "ς"},
+        {18, "Ab1!"},
+        {19, "中"},
+        {20, "\xff" "a"},  // not UTF-8: the stray byte stays
+        {200, "ä"},
+    });
+    EXPECT_EQ(keyDisplay(0), "Q");
+    EXPECT_EQ(keyDisplay(12), "A");
+    EXPECT_EQ(keyDisplay(49), "Space");
+    EXPECT_EQ(keyDisplay(1), "S");
+    EXPECT_EQ(keyDisplay(13), "É");
+    EXPECT_EQ(keyDisplay(14), "SS");
+    EXPECT_EQ(keyDisplay(15), "Ж");
+    EXPECT_EQ(keyDisplay(16), "Ÿ");
+    EXPECT_EQ(keyDisplay(17), "Σ");
+    EXPECT_EQ(keyDisplay(18), "AB1!");
+    EXPECT_EQ(keyDisplay(19), "中");
+    EXPECT_EQ(keyDisplay(20), "\xff" "A");
+    EXPECT_EQ(keyDisplay(200), "Ä");
+    EXPECT_EQ(keyDisplay(201), "Key 201");
+    EXPECT_EQ(shortcutDisplay({0, kControl}), "⌃Q");
+}
+
+TEST(HotkeyRecording, EventFlagsBecomeModifierBits) {
+    constexpr std::uint64_t capsLock = 0x10000, numericPad = 0x200000, help = 0x400000, function = 0x800000;
+    EXPECT_EQ(hotkeyModifiers(0x40000 | 0x100000 | capsLock), 0x1100u);
+    EXPECT_EQ(hotkeyModifiers(0x20000), kShift);
+    EXPECT_EQ(hotkeyModifiers(0x80000), kOption);
+    EXPECT_EQ(hotkeyModifiers(0x20000 | 0x40000 | 0x80000 | 0x100000), 0x1B00u);
+    EXPECT_EQ(hotkeyModifiers(capsLock | numericPad | help | function | 0xFFFF), 0u);
+    EXPECT_EQ(kHotkeyRecorderHint, "录制时请至少包含一个修饰键，例如 Control、Option、Shift 或 Command。");
+}
+
+struct Settings {
+    Settings() : settings(store, center) {
+        posts = center.addObserver(AppSettings::hotkeysDidChange, [this] { ++postCount; });
+    }
+    MemorySettingsStore store;
+    NotificationCenter center;
+    AppSettings settings;
+    Subscription posts;
+    int postCount = 0;
+};
+
+TEST(HotkeyAcceptance, NeedsAModifierAndNoConflictWithAnotherAction) {
+    AppSettingsValues values;
+    EXPECT_EQ(hotkeyRefusal(HotkeyAction::openTranslationWindow, {17, 0}, values), "全局快捷键至少需要一个修饰键。");
+    EXPECT_EQ(hotkeyRefusal(HotkeyAction::openTranslationWindow, {1, kOption}, values),
+              "“⌥S” 已被“截图翻译”使用，请换一个组合。");
+    EXPECT_EQ(hotkeyRefusal(HotkeyAction::toggleClipboardMonitor, {17, kOption}, values),
+              "“⌥T” 已被“打开翻译窗口”使用，请换一个组合。");
+    // Its own current shortcut, one modifier of any kind, or the same key with
+    // other modifiers: all fine.
+    EXPECT_FALSE(hotkeyRefusal(HotkeyAction::screenshotTranslation, {1, kOption}, values));
+    EXPECT_FALSE(hotkeyRefusal(HotkeyAction::screenshotTranslation, {1, kShift}, values));
+    EXPECT_FALSE(hotkeyRefusal(HotkeyAction::screenshotTranslation, {0, kOption | kShift}, values));
+
+    // Two others holding the same shortcut (possible in a hand-edited file):
+    // the first in action order is named.
+    values.translateSelectedTextHotkey = {49, 0x1A00};
+    values.toggleClipboardMonitorHotkey = {49, 0x1A00};
+    values.openTranslationWindowHotkey = {49, 0x1A00};
+    EXPECT_EQ(hotkeyRefusal(HotkeyAction::screenshotTranslation, {49, 0x1A00}, values),
+              "“⌃⌥⇧Space” 已被“打开翻译窗口”使用，请换一个组合。");
+    EXPECT_EQ(hotkeyRefusal(HotkeyAction::openTranslationWindow, {49, 0x1A00}, values),
+              "“⌃⌥⇧Space” 已被“翻译选中文字”使用，请换一个组合。");
+    // A missing modifier is reported before any conflict.
+    values.screenshotTranslationHotkey = {5, 0};
+    EXPECT_EQ(hotkeyRefusal(HotkeyAction::openTranslationWindow, {5, 0}, values), "全局快捷键至少需要一个修饰键。");
+}
+
+TEST(HotkeyAcceptance, AssignsOnlyWhenAccepted) {
+    Settings s;
+    EXPECT_EQ(assignHotkeyIfAccepted(s.settings, HotkeyAction::openTranslationWindow, {0, kOption}),
+              "“⌥A” 已被“翻译选中文字”使用，请换一个组合。");
+    EXPECT_EQ(assignHotkeyIfAccepted(s.settings, HotkeyAction::openTranslationWindow, {0, 0}),
+              "全局快捷键至少需要一个修饰键。");
+    EXPECT_EQ(s.postCount, 0);
+    EXPECT_TRUE(s.store.contents().empty());
+    EXPECT_EQ(s.settings.openTranslationWindowHotkey(), (HotkeyShortcut{17, kOption}));
+
+    // Re-accepting its own shortcut is still written and announced.
+    EXPECT_FALSE(assignHotkeyIfAccepted(s.settings, HotkeyAction::openTranslationWindow, {17, kOption}));
+    EXPECT_EQ(s.postCount, 1);
+    EXPECT_EQ(s.store.value("openTranslationWindowHotkey"),
+              StoredValue(StoredBytes{R"({"keyCode":17,"modifiers":2048})"}));
+
+    EXPECT_FALSE(assignHotkeyIfAccepted(s.settings, HotkeyAction::openTranslationWindow, {0, kShift}));
+    EXPECT_EQ(s.settings.openTranslationWindowHotkey(), (HotkeyShortcut{0, kShift}));
+    EXPECT_EQ(s.postCount, 2);
+}
+
+TEST(HotkeyAcceptance, RestoringDefaultsWritesAndAnnouncesAllFourInOrder) {
+    Settings s;
+    s.settings.setOpenTranslationWindowHotkey({1, kOption});  // conflicts with a default for a moment
+    s.settings.setScreenshotTranslationHotkey({17, kOption});
+    s.postCount = 0;
+    std::vector<HotkeyShortcut> seen;
+    Subscription order = s.center.addObserver(AppSettings::hotkeysDidChange, [&] {
+        seen.push_back(s.settings.hotkey(allHotkeyActions()[seen.size()]));
+    });
+    restoreDefaultHotkeys(s.settings);
+    EXPECT_EQ(s.postCount, 4);
+    EXPECT_EQ(seen, (std::vector<HotkeyShortcut>{{17, kOption}, {0, kOption}, {1, kOption}, {8, kOption}}));
+    for (HotkeyAction action : allHotkeyActions()) {
+        EXPECT_EQ(s.settings.hotkey(action), defaultShortcut(action));
+        EXPECT_EQ(s.store.value(settingsKey(action)),
+                  StoredValue(StoredBytes{encodeHotkeyJson(defaultShortcut(action))}));
+    }
+}
+
+}  // namespace
+}  // namespace tavi

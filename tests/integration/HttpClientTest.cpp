@@ -4,7 +4,11 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <poll.h>
+
 #include <chrono>
+#include <cstdint>
+#include <mutex>
 #include <thread>
 
 #include "FakeHttpsServer.h"
@@ -61,6 +65,75 @@ int closedPort() {
     ::close(socket);
     return ntohs(address.sin_port);
 }
+
+// A one-connection HTTP CONNECT proxy on loopback that tunnels to `targetPort`
+// whatever host was asked for, and remembers the CONNECT line it got.
+class TunnelProxy {
+public:
+    explicit TunnelProxy(int targetPort) {
+        listener_ = ::socket(AF_INET, SOCK_STREAM, 0);
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        socklen_t length = sizeof address;
+        ::bind(listener_, reinterpret_cast<sockaddr*>(&address), length);
+        ::listen(listener_, 1);
+        ::getsockname(listener_, reinterpret_cast<sockaddr*>(&address), &length);
+        port_ = ntohs(address.sin_port);
+        thread_ = std::thread([this, targetPort] { tunnel(targetPort); });
+    }
+    ~TunnelProxy() {
+        ::shutdown(listener_, SHUT_RDWR);
+        thread_.join();
+        ::close(listener_);
+    }
+    int port() const { return port_; }
+    std::string connectLine() const {
+        std::lock_guard lock(mutex_);
+        return connectLine_;
+    }
+
+private:
+    void tunnel(int targetPort) {
+        pollfd waiting{listener_, POLLIN, 0};
+        if (::poll(&waiting, 1, 5000) <= 0) return;
+        int client = ::accept(listener_, nullptr, nullptr);
+        if (client < 0) return;
+        std::string head;
+        char byte;
+        while (head.find("\r\n\r\n") == std::string::npos && ::recv(client, &byte, 1, 0) == 1) head += byte;
+        {
+            std::lock_guard lock(mutex_);
+            connectLine_ = head.substr(0, head.find("\r\n"));
+        }
+        int upstream = ::socket(AF_INET, SOCK_STREAM, 0);
+        sockaddr_in target{};
+        target.sin_family = AF_INET;
+        target.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        target.sin_port = htons(static_cast<std::uint16_t>(targetPort));
+        if (::connect(upstream, reinterpret_cast<sockaddr*>(&target), sizeof target) == 0) {
+            const std::string established = "HTTP/1.1 200 Connection established\r\n\r\n";
+            ::send(client, established.data(), established.size(), MSG_NOSIGNAL);
+            pollfd ends[2] = {{client, POLLIN, 0}, {upstream, POLLIN, 0}};
+            char buffer[16384];
+            for (bool open = true; open && ::poll(ends, 2, 5000) > 0;) {
+                for (int i = 0; i < 2 && open; ++i) {
+                    if (ends[i].revents == 0) continue;
+                    ssize_t n = ::recv(ends[i].fd, buffer, sizeof buffer, 0);
+                    open = n > 0 && ::send(ends[1 - i].fd, buffer, static_cast<size_t>(n), MSG_NOSIGNAL) == n;
+                }
+            }
+        }
+        ::close(upstream);
+        ::close(client);
+    }
+
+    int listener_ = -1;
+    int port_ = 0;
+    std::thread thread_;
+    mutable std::mutex mutex_;
+    std::string connectLine_;
+};
 
 class HttpClientTest : public ::testing::Test {
 protected:
@@ -347,6 +420,24 @@ TEST(HttpClientFailureTest, EveryKindIsDescribedInChineseWithTheHost) {
 }
 
 // ---- configuration ----
+
+TEST(HttpClientProxyTest, HttpsGoesThroughTheProxyNamedByTheEnvironment) {
+    FakeHttpsServer server;
+    server.on("GET", "/v1/models", FakeHttpsServer::respond(200, "via proxy"));
+    TunnelProxy proxy(server.port());
+    test::ScopedEnv httpsProxy("https_proxy", "http://127.0.0.1:" + std::to_string(proxy.port()));
+    test::ScopedEnv noProxy("no_proxy", std::nullopt);
+    test::ScopedEnv noProxyUpper("NO_PROXY", std::nullopt);
+
+    CurlHttpClient::Options options;
+    options.caBundle = TestCertificates::instance().caPath();
+    CurlHttpClient client(options);
+    auto result = client.send(get("https://api.openai.com/v1/models"));
+    ASSERT_TRUE(result.ok()) << describe(result.error());
+    EXPECT_EQ(result->body, "via proxy");
+    EXPECT_EQ(proxy.connectLine(), "CONNECT api.openai.com:443 HTTP/1.1");
+    EXPECT_EQ(server.lastRequest().serverName, "api.openai.com");
+}
 
 TEST(HttpClientOptionsTest, EnvironmentNamesConnectToEntriesAndTheTrustedAuthorities) {
     {

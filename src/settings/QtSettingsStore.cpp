@@ -113,15 +113,19 @@ std::optional<StoredValue> fromQVariant(const QVariant& value) {
     }
 }
 
+std::unique_ptr<QSettings> openSettings(const std::filesystem::path& file) {
+    // IniFormat is what NativeFormat means on Unix; naming it keeps the file
+    // format independent of the platform's idea of native.
+    auto settings = std::make_unique<QSettings>(QString::fromStdString(file.string()), QSettings::IniFormat);
+    // Only whole-file replacement: a direct rewrite cut short by a crash
+    // would lose every setting.
+    settings->setAtomicSyncRequired(true);
+    return settings;
+}
+
 }  // namespace
 
-QtSettingsStore::QtSettingsStore(std::filesystem::path file)
-    : file_(std::move(file)),
-      settings_(std::make_unique<QSettings>(QString::fromStdString(file_.string()), QSettings::IniFormat)) {
-    // Without this, QSettings would quietly go on with a non-atomic rewrite
-    // that a crash could leave half-written.
-    settings_->setAtomicSyncRequired(true);
-}
+QtSettingsStore::QtSettingsStore(std::filesystem::path file) : file_(std::move(file)), settings_(openSettings(file_)) {}
 
 QtSettingsStore::~QtSettingsStore() = default;
 
@@ -133,18 +137,19 @@ std::filesystem::path QtSettingsStore::defaultFilePath() {
 }
 
 std::optional<StoredValue> QtSettingsStore::value(std::string_view key) const {
+    if (auto it = unsaved_.find(key); it != unsaved_.end()) return it->second;
     const QString name = toQString(key);
     if (!settings_->contains(name)) return std::nullopt;
     return fromQVariant(settings_->value(name));
 }
 
 void QtSettingsStore::setValue(std::string_view key, const StoredValue& value) {
-    settings_->setValue(toQString(key), toQVariant(value));
+    unsaved_.insert_or_assign(std::string(key), value);
     persist();
 }
 
 void QtSettingsStore::remove(std::string_view key) {
-    settings_->remove(toQString(key));
+    unsaved_.insert_or_assign(std::string(key), std::nullopt);
     persist();
 }
 
@@ -162,12 +167,29 @@ bool QtSettingsStore::prepareFile() {
     return ok;
 }
 
-void QtSettingsStore::persist() {
-    const bool prepared = prepareFile();
+// Hands every unsaved change to QSettings and syncs: under the file's lock,
+// QSettings re-reads the file if another process changed it, merges our
+// changes in and replaces the file.
+bool QtSettingsStore::syncUnsaved() {
+    // QSettings keeps the first error it meets for the life of the object, so
+    // a fresh one is needed to learn anything from the next sync.
+    if (settings_->status() != QSettings::NoError) settings_ = openSettings(file_);
+    for (const auto& [key, value] : unsaved_) {
+        if (value) settings_->setValue(toQString(key), toQVariant(*value));
+        else settings_->remove(toQString(key));
+    }
     settings_->sync();
-    // A failed sync keeps the change in QSettings' memory; the next write
-    // tries again to bring it to disk.
-    lastWriteSucceeded_ = prepared && settings_->status() == QSettings::NoError;
+    return settings_->status() == QSettings::NoError;
+}
+
+void QtSettingsStore::persist() {
+    bool saved = prepareFile() && syncUnsaved();
+    // A format error comes from reading the old file and hides whether the
+    // new one was written. If it was, the file is clean now and a second
+    // sync says so; if not, it fails again.
+    if (!saved && settings_->status() == QSettings::FormatError) saved = syncUnsaved();
+    if (saved) unsaved_.clear();
+    lastWriteSucceeded_ = saved;
 }
 
 AppSettings& AppSettings::shared() {

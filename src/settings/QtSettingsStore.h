@@ -1,7 +1,11 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
+#include <map>
 #include <memory>
+#include <optional>
+#include <string>
 
 #include "settings/SettingsStore.h"
 
@@ -25,9 +29,10 @@ namespace tavi {
 //   ("true", "5") once they went through the file; bytes and lists of two or
 //   more strings keep their type (a one-element list comes back as a string,
 //   an empty one as missing).
-// - A file that cannot be written (read-only directory, disk full) or read
-//   (garbage) never throws: the values stay in memory for this process and
-//   lastWriteSucceeded() tells. Unreadable content loads as missing keys.
+// - A file that cannot be written (read-only directory, disk full) never
+//   throws: the unsaved values stay in memory for this process, are tried
+//   again with every later write, and lastWriteSucceeded() tells. Unreadable
+//   content (garbage) loads as missing keys and is replaced at the next write.
 // - Needs no QCoreApplication. One owning thread.
 class QtSettingsStore : public SettingsStore {
 public:
@@ -50,10 +55,13 @@ public:
 
 private:
     bool prepareFile();
+    bool syncUnsaved();
     void persist();
 
     std::filesystem::path file_;
     std::unique_ptr<QSettings> settings_;
+    // Changes not yet known to be on disk; an empty value is a removal.
+    std::map<std::string, std::optional<StoredValue>, std::less<>> unsaved_;
     bool lastWriteSucceeded_ = true;
 };
 

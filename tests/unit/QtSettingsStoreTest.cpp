@@ -1,0 +1,332 @@
+#include <gtest/gtest.h>
+
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+
+#include <QCoreApplication>
+
+#include "ScopedEnv.h"
+#include "core/NotificationCenter.h"
+#include "settings/AppSettings.h"
+#include "settings/QtSettingsStore.h"
+
+namespace tavi {
+namespace {
+
+namespace fs = std::filesystem;
+
+class QtSettingsStoreTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        char pattern[] = "/tmp/tavi-settings-XXXXXX";
+        ASSERT_NE(::mkdtemp(pattern), nullptr);
+        root_ = pattern;
+        file_ = root_ / "config" / "tavi" / "tavi.conf";
+    }
+    void TearDown() override {
+        std::error_code ignored;
+        fs::permissions(root_, fs::perms::owner_all, ignored);
+        fs::remove_all(root_, ignored);
+    }
+
+    static mode_t modeOf(const fs::path& path) {
+        struct stat status {};
+        EXPECT_EQ(::stat(path.c_str(), &status), 0) << path;
+        return status.st_mode & 07777;
+    }
+    std::string fileText() const {
+        std::ifstream in(file_, std::ios::binary);
+        std::ostringstream text;
+        text << in.rdbuf();
+        return text.str();
+    }
+    void writeFile(const std::string& content) const {
+        fs::create_directories(file_.parent_path());
+        std::ofstream(file_, std::ios::binary | std::ios::trunc) << content;
+    }
+
+    fs::path root_;
+    fs::path file_;
+};
+
+TEST_F(QtSettingsStoreTest, WorksWithoutAnApplicationObject) {
+    ASSERT_EQ(QCoreApplication::instance(), nullptr);
+    QtSettingsStore store(file_);
+    store.setValue("k", std::string("v"));
+    EXPECT_TRUE(store.lastWriteSucceeded());
+    EXPECT_EQ(QtSettingsStore(file_).value("k"), StoredValue(std::string("v")));
+}
+
+TEST_F(QtSettingsStoreTest, ReadingNeverCreatesTheFile) {
+    QtSettingsStore store(file_);
+    EXPECT_FALSE(store.value("openAIModel"));
+    NotificationCenter center;
+    AppSettings settings(store, center);
+    EXPECT_EQ(settings.openAIModel(), "gpt-4o-mini");
+    EXPECT_FALSE(fs::exists(file_.parent_path()));
+}
+
+TEST_F(QtSettingsStoreTest, DirectoryAndFileArePrivateAndStaySo) {
+    QtSettingsStore store(file_);
+    store.setValue("openAIAPIKey", std::string("sk-first"));
+    EXPECT_EQ(modeOf(root_ / "config"), 0700u);
+    EXPECT_EQ(modeOf(file_.parent_path()), 0700u);
+    for (int i = 0; i < 5; ++i) {
+        store.setValue("openAIAPIKey", "sk-" + std::to_string(i));
+        store.setValue("deepLIsPro", i % 2 == 0);
+        EXPECT_EQ(modeOf(file_), 0600u) << i;
+    }
+    store.remove("deepLIsPro");
+    EXPECT_EQ(modeOf(file_), 0600u);
+
+    // A file someone left readable by others is closed up at the next write.
+    ::chmod(file_.c_str(), 0644);
+    QtSettingsStore later(file_);
+    later.setValue("claudeAPIKey", std::string("sk-second"));
+    EXPECT_EQ(modeOf(file_), 0600u);
+    EXPECT_EQ(QtSettingsStore(file_).value("openAIAPIKey"), StoredValue(std::string("sk-4")));
+}
+
+TEST_F(QtSettingsStoreTest, ValuesRoundTripThroughTheFile) {
+    const std::string awkward = "中文 =;#,\"quoted\"\\ \n\tline two @ end";
+    const std::string binary("\0\x01\xff{\"keyCode\":1}\n", 18);
+    {
+        QtSettingsStore store(file_);
+        store.setValue("string", awkward);
+        store.setValue("empty", std::string());
+        store.setValue("at", std::string("@ByteArray(not bytes)"));
+        store.setValue("true", true);
+        store.setValue("false", false);
+        store.setValue("negative", std::int64_t{-5});
+        store.setValue("large", std::int64_t{9223372036854775807});
+        store.setValue("double", 2.5);
+        store.setValue("bytes", StoredBytes{binary});
+        store.setValue("noBytes", StoredBytes{});
+        store.setValue("list", std::vector<std::string>{"a", "b, c"});
+        store.setValue("gone", std::string("soon"));
+        store.remove("gone");
+        EXPECT_TRUE(store.lastWriteSucceeded());
+        EXPECT_EQ(store.value("true"), StoredValue(true));
+        EXPECT_EQ(store.value("negative"), StoredValue(std::int64_t{-5}));
+    }
+    QtSettingsStore fresh(file_);
+    EXPECT_EQ(fresh.value("string"), StoredValue(awkward));
+    EXPECT_EQ(fresh.value("empty"), StoredValue(std::string()));
+    EXPECT_EQ(fresh.value("at"), StoredValue(std::string("@ByteArray(not bytes)")));
+    EXPECT_EQ(fresh.value("bytes"), StoredValue(StoredBytes{binary}));
+    EXPECT_EQ(fresh.value("noBytes"), StoredValue(StoredBytes{}));
+    EXPECT_EQ(fresh.value("list"), StoredValue(std::vector<std::string>{"a", "b, c"}));
+    EXPECT_FALSE(fresh.value("gone"));
+    EXPECT_FALSE(fresh.value("missing"));
+
+    // Plain values are text in the file; the next launch reads them as such.
+    const std::string text = fileText();
+    EXPECT_EQ(text.rfind("[General]\n", 0), 0u) << text;
+    for (const char* line : {"\ntrue=true\n", "\nfalse=false\n", "\nnegative=-5\n", "\nlarge=9223372036854775807\n",
+                             "\ndouble=2.5\n", "\nempty=\n", "\nat=@@ByteArray(not bytes)\n"}) {
+        EXPECT_NE(text.find(line), std::string::npos) << line;
+    }
+}
+
+TEST_F(QtSettingsStoreTest, TextWrittenByAnotherProcessLoadsWithTheRightTypes) {
+    writeFile(
+        "[General]\n"
+        "activeProviderID=tencent\n"
+        "targetLanguage=ja\n"
+        "deepLIsPro=true\n"
+        "clipboardMonitorEnabled=YES\n"
+        "autoTranslateOnCopy=false\n"
+        "showPopupNearCursor=abc\n"
+        "minTextLengthForAutoTranslate=-5\n"
+        "openAIModel=\n"
+        "claudeModel=42\n"
+        R"x(openTranslationWindowHotkey="@ByteArray({\"keyCode\":49,\"modifiers\":4608})")x" "\n"
+        R"x(translateSelectedTextHotkey="{\"keyCode\":3,\"modifiers\":256}")x" "\n"
+        "screenshotTranslationHotkey=@ByteArray({\"keyCode\":3})\n");
+    QtSettingsStore store(file_);
+    EXPECT_EQ(store.value("deepLIsPro"), StoredValue(std::string("true")));
+    NotificationCenter center;
+    AppSettings settings(store, center);
+    const AppSettingsValues& v = settings.values();
+    EXPECT_EQ(v.activeProviderID, "openai");
+    EXPECT_EQ(v.targetLanguage, Language::japanese);
+    EXPECT_TRUE(v.deepLIsPro);
+    EXPECT_TRUE(v.clipboardMonitorEnabled);
+    EXPECT_FALSE(v.autoTranslateOnCopy);
+    EXPECT_TRUE(v.showPopupNearCursor);
+    EXPECT_EQ(v.minTextLengthForAutoTranslate, -5);
+    EXPECT_EQ(v.openAIModel, "");
+    EXPECT_EQ(v.claudeModel, "42");
+    EXPECT_EQ(v.openTranslationWindowHotkey, (HotkeyShortcut{49, 0x1200}));
+    EXPECT_EQ(v.translateSelectedTextHotkey, (HotkeyShortcut{0, 0x0800}));  // text, not bytes
+    EXPECT_EQ(v.screenshotTranslationHotkey, (HotkeyShortcut{1, 0x0800}));
+    // The migration reached the file, and nothing else was rewritten.
+    const std::string text = fileText();
+    EXPECT_NE(text.find("activeProviderID=openai\n"), std::string::npos);
+    EXPECT_NE(text.find("showPopupNearCursor=abc\n"), std::string::npos);
+}
+
+TEST_F(QtSettingsStoreTest, EverySettingSurvivesARelaunch) {
+    NotificationCenter center;
+    AppSettingsValues written;
+    {
+        QtSettingsStore store(file_);
+        AppSettings settings(store, center);
+        settings.setActiveProviderID("volcano");
+        settings.setSourceLanguage(Language::english);
+        settings.setTargetLanguage(Language::chineseTraditional);
+        settings.setOpenAIAPIKey("sk-密钥");
+        settings.setOpenAIModel("");
+        settings.setOpenAIBaseURL("http://127.0.0.1:8080/proxy");
+        settings.setClaudeAPIKey("ck");
+        settings.setClaudeModel("true");  // a string that looks like a boolean stays a string
+        settings.setDeepLAPIKey("dk:fx");
+        settings.setDeepLIsPro(true);
+        settings.setGoogleAPIKey("gk");
+        settings.setBaiduAppID("2015063000000001");
+        settings.setBaiduSecretKey("bk");
+        settings.setAliyunAccessKeyID("LTAI");
+        settings.setAliyunAccessKeySecret("ak");
+        settings.setVolcanoAccessKeyID("AKLT");
+        settings.setVolcanoSecretAccessKey("vk");
+        settings.setClipboardMonitorEnabled(true);
+        settings.setAutoTranslateOnCopy(false);
+        settings.setShowPopupNearCursor(false);
+        settings.setMinTextLengthForAutoTranslate(-9223372036854775807 - 1);
+        settings.setOpenTranslationWindowHotkey({96, 0x0100});
+        settings.setTranslateSelectedTextHotkey({49, 0x1A00});
+        settings.setScreenshotTranslationHotkey({65535, 0x0200});
+        settings.setToggleClipboardMonitorHotkey({8, 0x1000});
+        written = settings.values();
+    }
+    QtSettingsStore store(file_);
+    AppSettings relaunched(store, center);
+    EXPECT_EQ(relaunched.values(), written);
+
+    const std::string text = fileText();
+    for (const char* line : {"deepLIsPro=true\n", "autoTranslateOnCopy=false\n",
+                             "minTextLengthForAutoTranslate=-9223372036854775808\n", "targetLanguage=zh-TW\n",
+                             "openAIModel=\n"}) {
+        EXPECT_NE(text.find(line), std::string::npos) << line;
+    }
+}
+
+TEST_F(QtSettingsStoreTest, KeysWrittenByAnotherProcessMeanwhileAreKept) {
+    constexpr int kRounds = 20;
+    int toChild[2];
+    int toParent[2];
+    ASSERT_EQ(::pipe(toChild), 0);
+    ASSERT_EQ(::pipe(toParent), 0);
+    QtSettingsStore store(file_);
+    store.setValue("ours-start", std::string("x"));
+
+    const pid_t child = ::fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        // The other process: its own store, writing its own keys in turn.
+        QtSettingsStore theirs(file_);
+        char token;
+        for (int i = 0; i < kRounds; ++i) {
+            if (::read(toChild[0], &token, 1) != 1) ::_exit(2);
+            theirs.setValue("theirs-" + std::to_string(i), std::string(static_cast<std::size_t>(i % 3), 'y'));
+            if (!theirs.lastWriteSucceeded() || ::write(toParent[1], "k", 1) != 1) ::_exit(3);
+        }
+        ::_exit(0);
+    }
+    char token;
+    for (int i = 0; i < kRounds; ++i) {
+        store.setValue("ours-" + std::to_string(i), std::int64_t{i});
+        ASSERT_EQ(::write(toChild[1], "k", 1), 1);
+        ASSERT_EQ(::read(toParent[0], &token, 1), 1);
+    }
+    store.remove("ours-start");
+    int status = 0;
+    ASSERT_EQ(::waitpid(child, &status, 0), child);
+    ASSERT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
+    for (int fd : {toChild[0], toChild[1], toParent[0], toParent[1]}) ::close(fd);
+
+    // The file itself, not this process's cached view of it.
+    const std::string text = fileText();
+    for (int i = 0; i < kRounds; ++i) {
+        const std::string n = std::to_string(i);
+        EXPECT_NE(text.find("\nours-" + n + "=" + n + "\n"), std::string::npos) << n;
+        EXPECT_NE(text.find("\ntheirs-" + n + "=" + std::string(static_cast<std::size_t>(i % 3), 'y') + "\n"),
+                  std::string::npos)
+            << n;
+    }
+    EXPECT_EQ(text.find("ours-start"), std::string::npos);
+    EXPECT_EQ(store.value("theirs-19"), StoredValue(std::string("y")));
+    EXPECT_EQ(modeOf(file_), 0600u);
+}
+
+TEST_F(QtSettingsStoreTest, GarbageFilesLoadAsDefaults) {
+    const std::string garbage[] = {
+        std::string("\x00\xff\xfe\x01[General\n=\n==\n\x80\x81", 14),
+        "[General]\ndeepLIsPro\nautoTranslateOnCopy=@Variant(\\0\\0\\0\\x7f\\0\\0\\0)\n"
+        "openTranslationWindowHotkey=@ByteArray({\"keyCode\":1)\nminTextLengthForAutoTranslate=@Invalid()\n"
+        "targetLanguage=@ByteArray(zh)\nopenAIModel=a, b, c\n[[[\n",
+        std::string(1 << 20, '['),
+    };
+    for (const std::string& content : garbage) {
+        writeFile(content);
+        QtSettingsStore store(file_);
+        NotificationCenter center;
+        AppSettings settings(store, center);
+        const AppSettingsValues& v = settings.values();
+        EXPECT_FALSE(v.deepLIsPro);
+        EXPECT_TRUE(v.autoTranslateOnCopy);
+        EXPECT_EQ(v.minTextLengthForAutoTranslate, 2);
+        EXPECT_EQ(v.openTranslationWindowHotkey, (HotkeyShortcut{17, 0x0800}));
+        EXPECT_EQ(v.targetLanguage, Language::chinese);
+        EXPECT_NE(v.openAIModel, "gpt-4o");
+        settings.setOpenAIModel("after garbage");
+        EXPECT_TRUE(store.lastWriteSucceeded());
+        EXPECT_EQ(QtSettingsStore(file_).value("openAIModel"), StoredValue(std::string("after garbage")));
+    }
+}
+
+TEST_F(QtSettingsStoreTest, AFileThatCannotBeWrittenKeepsTheValueInMemory) {
+    // A regular file where the directory should be: fails even for root.
+    fs::create_directories(root_ / "config");
+    std::ofstream(root_ / "config" / "tavi") << "not a directory";
+    QtSettingsStore store(file_);
+    NotificationCenter center;
+    AppSettings settings(store, center);
+    settings.setOpenAIAPIKey("sk-kept");
+    settings.setHotkey(HotkeyAction::screenshotTranslation, {2, 0x1000});
+    EXPECT_FALSE(store.lastWriteSucceeded());
+    EXPECT_EQ(settings.openAIAPIKey(), "sk-kept");
+    EXPECT_EQ(store.value("openAIAPIKey"), StoredValue(std::string("sk-kept")));
+    EXPECT_EQ(settings.screenshotTranslationHotkey(), (HotkeyShortcut{2, 0x1000}));
+
+    // Once the way is clear the next write brings everything to disk.
+    fs::remove(root_ / "config" / "tavi");
+    settings.setClaudeAPIKey("ck");
+    EXPECT_TRUE(store.lastWriteSucceeded());
+    QtSettingsStore fresh(file_);
+    EXPECT_EQ(fresh.value("openAIAPIKey"), StoredValue(std::string("sk-kept")));
+    EXPECT_EQ(fresh.value("claudeAPIKey"), StoredValue(std::string("ck")));
+}
+
+TEST(QtSettingsStorePath, FollowsXdgConfigHomeWhenAbsolute) {
+    test::ScopedEnv home("HOME", "/home/someone");
+    {
+        test::ScopedEnv xdg("XDG_CONFIG_HOME", "/custom/config");
+        EXPECT_EQ(QtSettingsStore::defaultFilePath(), fs::path("/custom/config/tavi/tavi.conf"));
+    }
+    for (std::optional<std::string> unusable : {std::optional<std::string>(), std::optional<std::string>(""),
+                                                std::optional<std::string>("relative/config")}) {
+        test::ScopedEnv xdg("XDG_CONFIG_HOME", unusable);
+        EXPECT_EQ(QtSettingsStore::defaultFilePath(), fs::path("/home/someone/.config/tavi/tavi.conf"));
+    }
+}
+
+}  // namespace
+}  // namespace tavi

@@ -1,0 +1,190 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "core/NotificationCenter.h"
+#include "settings/AppSettings.h"
+#include "settings/MemorySettingsStore.h"
+#include "settings/SettingsText.h"
+
+namespace tavi {
+namespace {
+
+using Kind = AssignOutcome::Kind;
+
+struct Config {
+    Config() : settings(store, center) {
+        posts = center.addObserver(AppSettings::hotkeysDidChange, [this] { ++postCount; });
+    }
+    AssignOutcome set(std::string_view key, std::string_view text) { return assignSettingText(settings, key, text); }
+
+    MemorySettingsStore store;
+    NotificationCenter center;
+    AppSettings settings;
+    Subscription posts;
+    int postCount = 0;
+};
+
+TEST(SettingsText, KeysInDeclarationOrderAndWhichAreSecret) {
+    const std::vector<std::string_view> expected = {
+        "activeProviderID", "sourceLanguage", "targetLanguage", "openAIAPIKey", "openAIModel", "openAIBaseURL",
+        "claudeAPIKey", "claudeModel", "deepLAPIKey", "deepLIsPro", "googleAPIKey", "baiduAppID", "baiduSecretKey",
+        "aliyunAccessKeyID", "aliyunAccessKeySecret", "volcanoAccessKeyID", "volcanoSecretAccessKey",
+        "clipboardMonitorEnabled", "autoTranslateOnCopy", "showPopupNearCursor", "minTextLengthForAutoTranslate",
+        "openTranslationWindowHotkey", "translateSelectedTextHotkey", "screenshotTranslationHotkey",
+        "toggleClipboardMonitorHotkey",
+    };
+    EXPECT_EQ(settingKeys(), expected);
+    for (std::string_view key : expected) EXPECT_TRUE(isSettingKey(key)) << key;
+    for (std::string_view key :
+         {"", "openaiapikey", "openTranslationWindow", "activeProviderID ", "General/openAIModel"}) {
+        EXPECT_FALSE(isSettingKey(key)) << key;
+    }
+
+    const std::vector<std::string_view> secrets = {"openAIAPIKey", "claudeAPIKey", "deepLAPIKey", "googleAPIKey",
+                                                   "baiduSecretKey", "aliyunAccessKeySecret", "volcanoSecretAccessKey"};
+    for (std::string_view key : expected) {
+        const bool secret = std::find(secrets.begin(), secrets.end(), key) != secrets.end();
+        EXPECT_EQ(isSecretSetting(key), secret) << key;
+    }
+}
+
+TEST(SettingsText, ValuesInTheirTextForms) {
+    Config c;
+    EXPECT_EQ(settingText(c.settings, "activeProviderID"), "openai");
+    EXPECT_EQ(settingText(c.settings, "sourceLanguage"), "auto");
+    EXPECT_EQ(settingText(c.settings, "targetLanguage"), "zh");
+    EXPECT_EQ(settingText(c.settings, "openAIAPIKey"), "");
+    EXPECT_EQ(settingText(c.settings, "deepLIsPro"), "false");
+    EXPECT_EQ(settingText(c.settings, "autoTranslateOnCopy"), "true");
+    EXPECT_EQ(settingText(c.settings, "minTextLengthForAutoTranslate"), "2");
+    EXPECT_EQ(settingText(c.settings, "openTranslationWindowHotkey"), R"({"keyCode":17,"modifiers":2048})");
+    EXPECT_EQ(settingText(c.settings, "toggleClipboardMonitorHotkey"), R"({"keyCode":8,"modifiers":2048})");
+    EXPECT_EQ(settingText(c.settings, "unknown"), "");
+
+    c.settings.setTargetLanguage(Language::chineseTraditional);
+    c.settings.setMinTextLengthForAutoTranslate(-9223372036854775807 - 1);
+    c.settings.setOpenAIAPIKey("sk-plain 密钥");
+    EXPECT_EQ(settingText(c.settings, "targetLanguage"), "zh-TW");
+    EXPECT_EQ(settingText(c.settings, "minTextLengthForAutoTranslate"), "-9223372036854775808");
+    EXPECT_EQ(settingText(c.settings, "openAIAPIKey"), "sk-plain 密钥");
+}
+
+TEST(SettingsText, MaskedSecretsShowAtMostTheLastFourCharacters) {
+    EXPECT_EQ(maskedSecret(""), "(未设置)");
+    EXPECT_EQ(maskedSecret("x"), "********");
+    EXPECT_EQ(maskedSecret("abcdefghijk"), "********");  // 11: fully masked
+    EXPECT_EQ(maskedSecret("abcdefghijkl"), "********ijkl");
+    EXPECT_EQ(maskedSecret("sk-proj-0123456789abcdef"), "********cdef");
+    // Characters, not bytes: the tail never splits one, and short
+    // multi-byte secrets count as short.
+    EXPECT_EQ(maskedSecret("密钥密钥密钥密钥密钥密"), "********");
+    EXPECT_EQ(maskedSecret("密钥密钥密钥密钥abc钥"), "********abc钥");
+    EXPECT_EQ(maskedSecret("0123456789密钥密钥"), "********密钥密钥");
+}
+
+TEST(SettingsText, AssignsWellFormedTextThroughTheSetters) {
+    Config c;
+    int changes = 0;
+    Subscription observed = c.settings.observe([&](std::string_view) { ++changes; });
+
+    EXPECT_EQ(c.set("openAIModel", "").kind, Kind::assigned);
+    EXPECT_EQ(c.settings.openAIModel(), "");
+    EXPECT_EQ(c.store.value("openAIModel"), StoredValue(std::string()));
+    EXPECT_EQ(c.set("claudeAPIKey", " sk with spaces\n").kind, Kind::assigned);
+    EXPECT_EQ(c.settings.claudeAPIKey(), " sk with spaces\n");
+    EXPECT_EQ(c.set("activeProviderID", "deepl").kind, Kind::assigned);
+    EXPECT_EQ(c.settings.activeProviderID(), "deepl");
+    EXPECT_EQ(c.set("sourceLanguage", "zh-TW").kind, Kind::assigned);
+    EXPECT_EQ(c.settings.sourceLanguage(), Language::chineseTraditional);
+    EXPECT_EQ(c.set("deepLIsPro", "true").kind, Kind::assigned);
+    EXPECT_TRUE(c.settings.deepLIsPro());
+    EXPECT_EQ(c.store.value("deepLIsPro"), StoredValue(true));
+    EXPECT_EQ(c.set("showPopupNearCursor", "false").kind, Kind::assigned);
+    EXPECT_FALSE(c.settings.showPopupNearCursor());
+    EXPECT_EQ(c.set("minTextLengthForAutoTranslate", "-5").kind, Kind::assigned);
+    EXPECT_EQ(c.settings.minTextLengthForAutoTranslate(), -5);
+    EXPECT_EQ(c.set("minTextLengthForAutoTranslate", "9223372036854775807").kind, Kind::assigned);
+    EXPECT_EQ(changes, 8);
+
+    const AssignOutcome hotkey = c.set("screenshotTranslationHotkey", R"( {"modifiers":4608, "keyCode":49} )");
+    EXPECT_EQ(hotkey.kind, Kind::assigned);
+    EXPECT_EQ(hotkey.message, "");
+    EXPECT_EQ(c.settings.screenshotTranslationHotkey(), (HotkeyShortcut{49, 0x1200}));
+    EXPECT_EQ(c.store.value("screenshotTranslationHotkey"),
+              StoredValue(StoredBytes{R"({"keyCode":49,"modifiers":4608})"}));
+    EXPECT_EQ(c.postCount, 1);
+    // Setting a hotkey to its current value is accepted and announced again.
+    EXPECT_EQ(c.set("screenshotTranslationHotkey", R"({"keyCode":49,"modifiers":4608})").kind, Kind::assigned);
+    EXPECT_EQ(c.postCount, 2);
+    EXPECT_EQ(c.set("toggleClipboardMonitorHotkey", R"({"keyCode":65535,"modifiers":6912})").kind, Kind::assigned);
+}
+
+TEST(SettingsText, MalformedTextNamesTheKeyAndTheAcceptedForms) {
+    struct Case {
+        const char* key;
+        std::string text;
+        const char* message;
+    };
+    const char* kBoolean = "设置项 deepLIsPro 的值只能是 true 或 false";
+    const char* kInteger =
+        "设置项 minTextLengthForAutoTranslate 的值必须是十进制整数（-9223372036854775808 到 9223372036854775807）";
+    const char* kLanguage =
+        "设置项 targetLanguage 的值必须是以下语言代码之一：auto、zh、zh-TW、en、ja、ko、fr、de、es、pt、it、ru、ar、th、vi";
+    const char* kHotkey =
+        "设置项 openTranslationWindowHotkey 的值必须是 {\"keyCode\":17,\"modifiers\":2048} 形式的 JSON："
+        "keyCode 为 0 到 65535 的整数，modifiers 为 256（⌘）、512（⇧）、2048（⌥）、4096（⌃）中若干项之和";
+    const Case cases[] = {
+        {"deepLIsPro", "TRUE", kBoolean},
+        {"deepLIsPro", "1", kBoolean},
+        {"deepLIsPro", "yes", kBoolean},
+        {"deepLIsPro", "", kBoolean},
+        {"deepLIsPro", "true ", kBoolean},
+        {"minTextLengthForAutoTranslate", "9223372036854775808", kInteger},
+        {"minTextLengthForAutoTranslate", "2.0", kInteger},
+        {"minTextLengthForAutoTranslate", "+3", kInteger},
+        {"minTextLengthForAutoTranslate", "", kInteger},
+        {"minTextLengthForAutoTranslate", "٣", kInteger},
+        {"targetLanguage", "ZH", kLanguage},
+        {"targetLanguage", "zh-Hant", kLanguage},
+        {"targetLanguage", "", kLanguage},
+        {"openTranslationWindowHotkey", R"({"keyCode":65536,"modifiers":2048})", kHotkey},
+        {"openTranslationWindowHotkey", R"({"keyCode":17,"modifiers":2049})", kHotkey},
+        {"openTranslationWindowHotkey", R"({"keyCode":17,"modifiers":1024})", kHotkey},
+        {"openTranslationWindowHotkey", R"({"keyCode":17})", kHotkey},
+        {"openTranslationWindowHotkey", R"({"keyCode":-1,"modifiers":2048})", kHotkey},
+        {"openTranslationWindowHotkey", "⌥T", kHotkey},
+        {"openTranslationWindowHotkey", "", kHotkey},
+        {"openAIAPIKey", std::string("sk-\xff\xfe"), "设置项 openAIAPIKey 的值必须是有效的 UTF-8 文本"},
+        {"openAIModel", std::string("\xed\xa0\x80"), "设置项 openAIModel 的值必须是有效的 UTF-8 文本"},
+        {"noSuchKey", "x", "未知的设置项：noSuchKey"},
+    };
+    for (const Case& tc : cases) {
+        Config c;
+        const AppSettingsValues before = c.settings.values();
+        const AssignOutcome outcome = c.set(tc.key, tc.text);
+        EXPECT_EQ(outcome.kind, Kind::malformed) << tc.key << " " << tc.text;
+        EXPECT_EQ(outcome.message, tc.message) << tc.key << " " << tc.text;
+        EXPECT_EQ(c.settings.values(), before);
+        EXPECT_TRUE(c.store.contents().empty());
+        EXPECT_EQ(c.postCount, 0);
+    }
+}
+
+TEST(SettingsText, HotkeysTheRulesTurnDownAreRefusedWithTheirMessage) {
+    Config c;
+    AssignOutcome taken = c.set("openTranslationWindowHotkey", R"({"keyCode":1,"modifiers":2048})");
+    EXPECT_EQ(taken.kind, Kind::refused);
+    EXPECT_EQ(taken.message, "“⌥S” 已被“截图翻译”使用，请换一个组合。");
+    AssignOutcome bare = c.set("toggleClipboardMonitorHotkey", R"({"keyCode":8,"modifiers":0})");
+    EXPECT_EQ(bare.kind, Kind::refused);
+    EXPECT_EQ(bare.message, "全局快捷键至少需要一个修饰键。");
+    EXPECT_TRUE(c.store.contents().empty());
+    EXPECT_EQ(c.postCount, 0);
+    EXPECT_EQ(c.settings.openTranslationWindowHotkey(), (HotkeyShortcut{17, 0x0800}));
+}
+
+}  // namespace
+}  // namespace tavi

@@ -27,6 +27,10 @@ using namespace std::chrono_literals;
 constexpr auto kIoTimeout = 5s;
 constexpr auto kPollStep = 20ms;
 
+// Each open connection holds a worker for as long as it is kept alive, so this
+// is how many clients may be connected at once before newcomers wait.
+constexpr std::size_t kWorkers = 16;
+
 // One accepted TLS connection, and what it has read for the request in hand.
 struct Connection {
     int socket = -1;
@@ -189,6 +193,8 @@ FakeHttpsServer::FakeHttpsServer(Certificate certificate) {
     server_ = std::make_unique<Server>(*this, trusted ? certificates.certPath() : certificates.untrustedCertPath(),
                                        trusted ? certificates.keyPath() : certificates.untrustedKeyPath());
     if (!server_->is_valid()) throw std::runtime_error("FakeHttpsServer: the TLS context could not be set up");
+
+    server_->new_task_queue = [] { return new httplib::ThreadPool(kWorkers); };
 
     const auto catchAll = [this](const httplib::Request& request, httplib::Response& response) {
         route(request, response);

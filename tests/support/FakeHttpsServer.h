@@ -49,9 +49,11 @@ struct RecordedRequest {
 // arrival order, their spelling and the raw head would be lost, and it offers
 // no way to tell connections apart or to misbehave on the wire. The fake feeds
 // httplib's request parser and response writer from its own TLS stream, which
-// records the bytes read. Limits: HTTP/1.1 only (no ALPN, so clients fall back
-// from h2); pipelined requests would be recorded together with the request
-// before them; a request body is what httplib decoded (Content-Length or chunked).
+// records the bytes read. Limits: at most 16 connections are served at once
+// (an idle kept-alive connection holds its worker); HTTP/1.1 only (no ALPN, so
+// clients fall back from h2); pipelined requests would be recorded together
+// with the request before them; a request body is what httplib decoded
+// (Content-Length or chunked).
 class FakeHttpsServer {
 public:
     using Handler = std::function<void(const RecordedRequest&, httplib::Response&)>;

@@ -206,15 +206,7 @@ void AppSettings::setToggleClipboardMonitorHotkey(HotkeyShortcut value) {
     assignHotkey(&V::toggleClipboardMonitorHotkey, "toggleClipboardMonitorHotkey", value);
 }
 
-HotkeyShortcut AppSettings::hotkey(HotkeyAction action) const {
-    switch (action) {
-    case HotkeyAction::openTranslationWindow: return openTranslationWindowHotkey();
-    case HotkeyAction::translateSelectedText: return translateSelectedTextHotkey();
-    case HotkeyAction::screenshotTranslation: return screenshotTranslationHotkey();
-    case HotkeyAction::toggleClipboardMonitor: return toggleClipboardMonitorHotkey();
-    }
-    return {};
-}
+HotkeyShortcut AppSettings::hotkey(HotkeyAction action) const { return shortcutFor(values_, action); }
 
 void AppSettings::setHotkey(HotkeyAction action, HotkeyShortcut value) {
     switch (action) {

@@ -45,4 +45,14 @@ HotkeyShortcut defaultShortcut(HotkeyAction action) { return info(action).shortc
 
 std::string_view settingsKey(HotkeyAction action) { return info(action).key; }
 
+HotkeyShortcut shortcutFor(const AppSettingsValues& settings, HotkeyAction action) {
+    switch (action) {
+    case HotkeyAction::openTranslationWindow: return settings.openTranslationWindowHotkey;
+    case HotkeyAction::translateSelectedText: return settings.translateSelectedTextHotkey;
+    case HotkeyAction::screenshotTranslation: return settings.screenshotTranslationHotkey;
+    case HotkeyAction::toggleClipboardMonitor: return settings.toggleClipboardMonitorHotkey;
+    }
+    return {};
+}
+
 }  // namespace tavi

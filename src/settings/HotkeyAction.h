@@ -4,6 +4,7 @@
 #include <optional>
 #include <string_view>
 
+#include "settings/AppSettingsValues.h"
 #include "settings/HotkeyShortcut.h"
 
 namespace tavi {
@@ -33,5 +34,8 @@ HotkeyShortcut defaultShortcut(HotkeyAction action);
 
 // The settings key of the action's shortcut ("openTranslationWindowHotkey", ...).
 std::string_view settingsKey(HotkeyAction action);
+
+// The action's shortcut in a settings snapshot.
+HotkeyShortcut shortcutFor(const AppSettingsValues& settings, HotkeyAction action);
 
 }  // namespace tavi

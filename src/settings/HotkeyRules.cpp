@@ -2,25 +2,12 @@
 #include "settings/HotkeyModel.h"
 
 namespace tavi {
-namespace {
-
-HotkeyShortcut currentShortcut(const AppSettingsValues& settings, HotkeyAction action) {
-    switch (action) {
-    case HotkeyAction::openTranslationWindow: return settings.openTranslationWindowHotkey;
-    case HotkeyAction::translateSelectedText: return settings.translateSelectedTextHotkey;
-    case HotkeyAction::screenshotTranslation: return settings.screenshotTranslationHotkey;
-    case HotkeyAction::toggleClipboardMonitor: return settings.toggleClipboardMonitorHotkey;
-    }
-    return {};
-}
-
-}  // namespace
 
 std::optional<std::string> hotkeyRefusal(HotkeyAction action, HotkeyShortcut candidate,
                                          const AppSettingsValues& settings) {
     if (candidate.modifiers == 0) return std::string(kHotkeyNeedsModifierMessage);
     for (HotkeyAction other : allHotkeyActions()) {
-        if (other == action || currentShortcut(settings, other) != candidate) continue;
+        if (other == action || shortcutFor(settings, other) != candidate) continue;
         return "“" + shortcutDisplay(candidate) + "” 已被“" + std::string(title(other)) +
                "”使用，请换一个组合。";
     }

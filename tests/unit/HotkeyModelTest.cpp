@@ -49,6 +49,13 @@ TEST(HotkeyAction, CasesInOrderWithTheirTitlesDefaultsAndKeys) {
         EXPECT_EQ(defaultShortcut(action), rows[i].shortcut);
         EXPECT_EQ(settingsKey(action), rows[i].key);
     }
+    AppSettingsValues distinct;
+    distinct.openTranslationWindowHotkey = {1, 1};
+    distinct.translateSelectedTextHotkey = {2, 2};
+    distinct.screenshotTranslationHotkey = {3, 3};
+    distinct.toggleClipboardMonitorHotkey = {4, 4};
+    for (std::uint32_t i = 0; i < 4; ++i)
+        EXPECT_EQ(shortcutFor(distinct, allHotkeyActions()[i]), (HotkeyShortcut{i + 1, i + 1}));
     EXPECT_FALSE(hotkeyActionFromRawValue("OpenTranslationWindow"));
     EXPECT_FALSE(hotkeyActionFromRawValue("openTranslationWindowHotkey"));
 }

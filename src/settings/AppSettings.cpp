@@ -1,6 +1,8 @@
 #include "settings/AppSettings.h"
 
+#include <type_traits>
 #include <utility>
+#include <variant>
 
 #include "settings/HotkeyModel.h"
 #include "settings/SettingsLookup.h"
@@ -53,7 +55,6 @@ void load(const SettingDescriptor& descriptor, const SettingsStore& store, AppSe
 }  // namespace
 
 const std::array<SettingDescriptor, kSettingCount>& settingDescriptors() {
-    using V = AppSettingsValues;
     using A = AppSettings;
     using R = SettingReadRule;
     static const std::array<SettingDescriptor, kSettingCount> descriptors{{

@@ -1,6 +1,38 @@
+#include <csignal>
 #include <cstdio>
+#include <exception>
+#include <string>
 
-int main() {
-    std::puts("tavi");
-    return 0;
+#include "app/Commands.h"
+
+#ifndef TAVI_VERSION
+#define TAVI_VERSION "0.0.0"
+#endif
+
+using namespace tavi::cli;
+
+int main(int argc, char** argv) {
+    // A closed pipe on standard output must end in an error code, not a signal.
+    std::signal(SIGPIPE, SIG_IGN);
+
+    const Arguments args(argv + 1, argv + argc);
+    try {
+        // Until the tray application exists, a bare "tavi" explains itself.
+        if (args.empty() || args[0] == "--help" || args[0] == "-h" || args[0] == "help") {
+            std::fputs(helpText().c_str(), stdout);
+            return kExitOk;
+        }
+        if (args[0] == "--version" || args[0] == "-V") {
+            std::puts("tavi " TAVI_VERSION);
+            return kExitOk;
+        }
+        const Arguments rest(args.begin() + 1, args.end());
+        if (args[0] == "translate") return runTranslate(rest);
+        if (args[0] == "config") return runConfig(rest);
+        if (args[0] == "providers") return runProviders(rest);
+        return usageError("未知的命令：" + args[0]);
+    } catch (const std::exception& e) {
+        std::fprintf(stderr, "tavi: 内部错误：%s\n", e.what());
+        return kExitFailure;
+    }
 }

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace tavi::cli {
+
+// Exit codes of the tavi command.
+inline constexpr int kExitOk = 0;
+inline constexpr int kExitFailure = 1;  // the work was tried and failed (or was refused)
+inline constexpr int kExitUsage = 2;    // the command line itself was wrong
+
+using Arguments = std::vector<std::string>;
+
+int runTranslate(const Arguments& args);
+int runConfig(const Arguments& args);
+int runProviders(const Arguments& args);
+
+// Prints "tavi: <message>" and a pointer to --help on standard error.
+int usageError(const std::string& message);
+
+std::string helpText();
+
+}  // namespace tavi::cli

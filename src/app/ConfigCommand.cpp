@@ -1,0 +1,55 @@
+#include <cstdio>
+
+#include "app/Commands.h"
+#include "settings/AppSettings.h"
+#include "settings/SettingsText.h"
+
+namespace tavi::cli {
+namespace {
+
+void print(const std::string& line) {
+    std::fwrite(line.data(), 1, line.size(), stdout);
+    std::fputc('\n', stdout);
+}
+
+int finish() { return std::fflush(stdout) == 0 ? kExitOk : kExitFailure; }
+
+}  // namespace
+
+int runConfig(const Arguments& args) {
+    if (args.empty()) return usageError("config 需要子命令：list、get、set 或 unset");
+    const std::string& verb = args[0];
+    const std::size_t expected = verb == "list" ? 1 : verb == "get" || verb == "unset" ? 2 : verb == "set" ? 3 : 0;
+    if (expected == 0) return usageError("未知的 config 子命令：" + verb);
+    if (args.size() != expected) return usageError("config " + verb + " 的参数个数不对");
+    if (expected > 1 && !isSettingKey(args[1])) return usageError("未知的设置项：" + args[1]);
+
+    AppSettings& settings = AppSettings::shared();
+    if (verb == "list") {
+        for (std::string_view key : settingKeys()) {
+            std::string value = settingText(settings, key);
+            if (isSecretSetting(key)) value = maskedSecret(value);
+            print(std::string(key) + "=" + value);
+        }
+        return finish();
+    }
+    if (verb == "get") {
+        print(settingText(settings, args[1]));
+        return finish();
+    }
+    if (verb == "unset") {
+        settings.reset(args[1]);
+        return kExitOk;
+    }
+    const AssignOutcome outcome = assignSettingText(settings, args[1], args[2]);
+    switch (outcome.kind) {
+    case AssignOutcome::Kind::assigned: return kExitOk;
+    case AssignOutcome::Kind::malformed: return usageError(outcome.message);
+    case AssignOutcome::Kind::refused:
+        std::fprintf(stderr, "%s\n", outcome.message.c_str());
+        return kExitFailure;
+    }
+    return kExitFailure;
+}
+
+}  // namespace tavi::cli

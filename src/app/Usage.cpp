@@ -1,0 +1,39 @@
+#include <cstdio>
+
+#include "app/Commands.h"
+
+namespace tavi::cli {
+
+std::string helpText() {
+    return R"(tavi：划词、复制、截图与输入翻译工具
+
+用法：
+  tavi translate [--provider ID] [--from CODE] [--to CODE] [--json] [TEXT...]
+      翻译 TEXT（各词以一个空格连接）；没有 TEXT 或 TEXT 为 "-" 时读取标准输入。
+      文本两端的空白和换行会被去掉。--provider、--from、--to 只对本次翻译生效，
+      不会写入设置。语言代码：auto zh zh-TW en ja ko fr de es pt it ru ar th vi。
+      --json 输出一个 JSON 对象（sourceText、translatedText、sourceLanguage、
+      targetLanguage、provider、detectedLanguage）。
+  tavi config list             按顺序列出全部设置（密钥以掩码显示）
+  tavi config get KEY          输出一项设置的值
+  tavi config set KEY VALUE    修改一项设置（快捷键使用 {"keyCode":17,"modifiers":2048} 形式）
+  tavi config unset KEY        删除一项设置，恢复默认值
+  tavi providers               列出翻译服务：标识、名称、是否已配置、是否为当前服务
+  tavi --help                  显示本帮助
+  tavi --version               显示版本
+
+退出码：0 成功；1 翻译失败或设置被拒绝；2 命令行用法错误。
+
+设置保存在 $XDG_CONFIG_HOME/tavi/tavi.conf（仅本人可读写）。
+环境变量 TAVI_CONNECT_TO（HOST:PORT:CONNECT_HOST:CONNECT_PORT，逗号分隔）和
+TAVI_CA_BUNDLE（受信任的 CA 证书 PEM 文件）用于经由 TLS 检查代理或测试服务器连接；
+http_proxy、https_proxy、no_proxy 等标准代理变量同样有效。
+)";
+}
+
+int usageError(const std::string& message) {
+    std::fprintf(stderr, "tavi: %s\n用法见 tavi --help\n", message.c_str());
+    return kExitUsage;
+}
+
+}  // namespace tavi::cli

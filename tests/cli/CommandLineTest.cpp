@@ -1,0 +1,60 @@
+#include <gtest/gtest.h>
+
+#include "CliRunner.h"
+
+namespace tavi::test {
+namespace {
+
+TEST(CommandLine, HelpVersionAndUsageErrors) {
+    CliSandbox sandbox;
+    const CliResult help = sandbox.run({"--help"});
+    EXPECT_EQ(help.exitCode, 0);
+    EXPECT_NE(help.out.find("tavi translate [--provider ID]"), std::string::npos);
+    EXPECT_EQ(sandbox.run({}).out, help.out);  // no tray yet: a bare tavi explains itself
+
+    const CliResult version = sandbox.run({"--version"});
+    EXPECT_EQ(version.exitCode, 0);
+    EXPECT_EQ(version.out.rfind("tavi ", 0), 0u);
+
+    for (const std::vector<std::string>& args : std::vector<std::vector<std::string>>{
+             {"frobnicate"},
+             {"translate"},                      // stdin empty
+             {"translate", "  \n "},             // only blanks
+             {"translate", "--from", "xx", "hi"},
+             {"translate", "--to"},
+             {"translate", "--bogus", "hi"},
+             {"providers", "extra"},
+         }) {
+        const CliResult r = sandbox.run(args);
+        EXPECT_EQ(r.exitCode, 2) << args[0] << " " << (args.size() > 1 ? args[1] : "");
+        EXPECT_TRUE(r.out.empty());
+        EXPECT_NE(r.err.find("tavi: "), std::string::npos);
+    }
+}
+
+TEST(CommandLine, TranslateFailsWithTheServiceTextAndTouchesNoSettings) {
+    CliSandbox sandbox;
+    CliResult r = sandbox.run({"translate", "hello"});
+    EXPECT_EQ(r.exitCode, 1);
+    EXPECT_EQ(r.err, "翻译失败：OpenAI API Key 未设置\n");
+    EXPECT_TRUE(r.out.empty());
+
+    r = sandbox.run({"translate", "--provider", "foo", "hello"});
+    EXPECT_EQ(r.err, "翻译失败：未找到翻译服务：foo\n");
+    r = sandbox.run({"translate", "--provider=OpenAI", "hello"});
+    EXPECT_EQ(r.err, "翻译失败：未找到翻译服务：OpenAI\n");
+
+    // Overrides are for one call: nothing was written.
+    EXPECT_FALSE(std::filesystem::exists(sandbox.configFile()) &&
+                 std::filesystem::file_size(sandbox.configFile()) > 0);
+}
+
+TEST(CommandLine, ProvidersListsEveryServiceInOrder) {
+    CliSandbox sandbox;
+    const CliResult r = sandbox.run({"providers"});
+    EXPECT_EQ(r.exitCode, 0);
+    EXPECT_EQ(r.out.rfind("openai\tOpenAI\t未配置\t当前\n", 0), 0u) << r.out;
+}
+
+}  // namespace
+}  // namespace tavi::test

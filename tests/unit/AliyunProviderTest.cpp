@@ -6,15 +6,9 @@ namespace tavi::test {
 
 using AliyunProviderTest = ProviderTest<AliyunProvider>;
 
-// The form as the service decodes it ("+" would be a blank there); sorted, so SourceText is the eleventh.
+// The form as the service decodes it ("+" would be a blank there).
 static verify::Params form(const HttpRequest& request) {
     return verify::parseUrlEncoded(request.body, true).value_or(verify::Params{});
-}
-
-static std::string repeat(const std::string& piece, int times) {
-    std::string out;
-    while (times-- > 0) out += piece;
-    return out;
 }
 
 TEST_F(AliyunProviderTest, FormMatchesAHandSignedExampleAndTheVerifier) {
@@ -26,8 +20,7 @@ TEST_F(AliyunProviderTest, FormMatchesAHandSignedExampleAndTheVerifier) {
     EXPECT_EQ(result.value(), (TranslationResult{"Hello world*~", " 哈囉\n", Language::english,
                                                  Language::chineseTraditional, "阿里翻译", {}}));
     // Signature by the openssl command-line tool over a string to sign holding the timestamp's colons as %253A.
-    const HttpRequest request = transport.lastRequest();
-    EXPECT_EQ(wire(request),
+    EXPECT_EQ(wire(transport.lastRequest()),
               "POST https://mt.cn-hangzhou.aliyuncs.com/ (30000 ms)\n"
               "Content-Type: application/x-www-form-urlencoded; charset=utf-8\n\n"
               "AccessKeyId=AKTEST&Action=TranslateGeneral&Format=JSON&FormatType=text&Scene=general"
@@ -35,44 +28,21 @@ TEST_F(AliyunProviderTest, FormMatchesAHandSignedExampleAndTheVerifier) {
               "&SignatureNonce=3EE8C1B8-83D3-44AF-A94F-4E0AD82FD6CF&SignatureVersion=1.0&SourceLanguage=en"
               "&SourceText=Hello%20world%2A~&TargetLanguage=zh-tw&Timestamp=2025-03-07T09%3A15%3A02Z"
               "&Version=2018-10-12");
-    const auto verdict = verify::verifyAliyun("POST", form(request), "AKTEST", "SKTEST");
+    const auto verdict = verify::verifyAliyun("POST", form(transport.lastRequest()), "AKTEST", "SKTEST");
     EXPECT_TRUE(verdict) << verdict.reason;
-}
 
-TEST_F(AliyunProviderTest, HostileTextAndFreshNoncesVerify) {
     settings.aliyunAccessKeySecret = "s+/=&%k";
-    for (const std::string text : {"a+b&c=d#e%f/g?h", "  l1\nl2\r\n", "你好😀👨‍👩‍👧", "%2B already", ""}) {
-        for (int nonce = 0; nonce < 8; ++nonce) {  // enough signatures to meet "+" and "/" in base64
-            pinned.uuid = "00000000-0000-4000-8000-00000000000" + std::to_string(nonce);
-            pinned.now += 3607;
-            const verify::Params received = form(sent(text, Language::auto_, Language::english));
-            ASSERT_EQ(received.size(), 14u);
-            EXPECT_EQ(received[10], (std::pair<std::string, std::string>{"SourceText", text}));
-            const auto verdict = verify::verifyAliyun("POST", received, "AKTEST", "s+/=&%k");
-            ASSERT_TRUE(verdict) << text << ": " << verdict.reason;
-        }
+    const std::string texts[] = {"a+b&c=d#e%f/g?h", "  l1\nl2\r\n", "你好😀👨‍👩‍👧", "%2B already", ""};
+    for (int round = 0; round < 40; ++round) {  // enough signatures to meet "+" and "/" in base64
+        const std::string& text = texts[round % 5];
+        pinned.uuid = "00000000-0000-4000-8000-0000000000" + std::to_string(10 + round);
+        pinned.now += 3607;
+        const verify::Params received = form(sent(text, Language::auto_, Language::english));
+        ASSERT_EQ(received.size(), 14u);  // sorted, so SourceText is the eleventh
+        EXPECT_EQ(received[10], (std::pair<std::string, std::string>{"SourceText", text}));
+        const auto check = verify::verifyAliyun("POST", received, "AKTEST", "s+/=&%k");
+        ASSERT_TRUE(check) << text << ": " << check.reason;
     }
-}
-
-TEST_F(AliyunProviderTest, RefusedRequestsSendNothing) {
-    settings.aliyunAccessKeySecret = " \u3000\n";  // blanks count as missing here
-    expectNotConfigured("阿里翻译 API Key 未设置");
-    settings.aliyunAccessKeySecret = "SK";
-    const std::string tooLong = "阿里翻译单次最多支持 5,000 字符，请缩短原文后重试";
-    const std::tuple<std::string, Language, std::string> cases[] = {
-        {"hello", Language::auto_, "不支持的语言组合"},
-        {repeat("字", 5001), Language::chinese, tooLong},
-        {" " + repeat("a", 4999) + " ", Language::chinese, tooLong},  // counted untrimmed
-        {repeat("👨‍👩‍👧", 1001), Language::chinese, tooLong},          // five scalar values each
-    };
-    for (const auto& [text, to, message] : cases) {
-        EXPECT_EQ(describe(translate(text, Language::english, to).error()), message);
-    }
-    EXPECT_EQ(transport.requestCount(), 0u);
-    EXPECT_EQ(pinned.draws, 0);
-    translate(repeat("字", 5000));
-    translate(repeat("👨‍👩‍👧", 1000));
-    EXPECT_EQ(transport.requestCount(), 2u);
 }
 
 TEST_F(AliyunProviderTest, DetectedLanguageIsMatchedWithoutRegardToCase) {
@@ -80,13 +50,28 @@ TEST_F(AliyunProviderTest, DetectedLanguageIsMatchedWithoutRegardToCase) {
         {R"("en")", Language::english}, {R"("ZH")", Language::chinese}, {R"("Zh-Tw")", Language::chineseTraditional},
         {R"("auto")", std::nullopt},    {R"("zh-cn")", std::nullopt},   {"42", std::nullopt},
     };
-    for (const auto& [reported, language] : cases) {  // a numeric success code is accepted too
-        EXPECT_EQ(detectedFrom(R"({"Code":200,"Data":{"Translated":"hi","DetectedLanguage":)" + reported + "}}"),
-                  language) << reported;
-    }
+    const std::string body = R"({"Code":200,"Data":{"Translated":"hi","DetectedLanguage":)";  // numeric Code is fine
+    for (const auto& [code, language] : cases) EXPECT_EQ(detectedFrom(body + code + "}}"), language) << code;
 }
 
 TEST_F(AliyunProviderTest, Failures) {
+    auto refusal = [&](const std::string& text, Language to) {
+        return describe(translate(text, Language::english, to).error());
+    };
+    settings.aliyunAccessKeySecret = " \u3000\n";  // blanks count as missing here
+    EXPECT_FALSE(provider.isConfigured(settings));
+    EXPECT_EQ(refusal("hello", Language::chinese), "阿里翻译 API Key 未设置");
+    settings.aliyunAccessKeySecret = "SK";
+    const std::string tooLong = "阿里翻译单次最多支持 5,000 字符，请缩短原文后重试";
+    EXPECT_EQ(refusal("hello", Language::auto_), "不支持的语言组合");
+    std::string families;  // five scalar values each
+    for (int i = 0; i < 1000; ++i) families += "👨‍👩‍👧";
+    EXPECT_EQ(refusal(" " + std::string(4999, 'a') + " ", Language::chinese), tooLong);  // counted untrimmed
+    EXPECT_EQ(refusal(families + "👨‍👩‍👧", Language::chinese), tooLong);
+    EXPECT_EQ(transport.requestCount(), 0u);
+    EXPECT_EQ(pinned.draws, 0);
+    EXPECT_EQ(describe(translate(families).error()), kInvalid);  // sent: the fake's empty reply was read
+
     expectFailures({
         {{200, {}, R"({"Code":"InvalidAccessKeyId.NotFound","Message":"Specified access key is not found."})"},
          "阿里翻译：Specified access key is not found.（InvalidAccessKeyId.NotFound）"},
@@ -94,11 +79,8 @@ TEST_F(AliyunProviderTest, Failures) {
         {{200, {}, R"({"Data":{"Translated":"no code"}})"}, "阿里翻译：请求失败（200）"},
         {{403, {}, R"({"Message":"x"})"}, "阿里翻译：x（403）"},
         {{500, {}, R"({"Code":"200","Data":{"Translated":"hi"}})"}, "阿里翻译：请求失败（200）"},
-        {{200, {}, R"({"Code":" 200","Data":{"Translated":"hi"}})"}, "阿里翻译：请求失败（ 200）"},
         {{502, {}, "<html>bad gateway</html>"}, "阿里翻译 HTTP 502"},
-        {{504, {}, std::string(5000, '[')}, "阿里翻译 HTTP 504"},
         {{200, {}, "<html>ok?</html>"}, kInvalid},
-        {{200, {}, "{\"Code\":\"200\",\"Data\":{\"Translated\":\"\xc0\xaf\"}}"}, kInvalid},
         {{200, {}, std::string(5000, '{')}, kInvalid},
         {{200, {}, R"({"Code":"200","Data":{"Translated":["hi"]}})"}, kInvalid},
     });

@@ -56,7 +56,12 @@ TEST(CommandLine, ProvidersListsEveryServiceInOrder) {
     CliSandbox sandbox;
     const CliResult r = sandbox.run({"providers"});
     EXPECT_EQ(r.exitCode, 0);
-    EXPECT_EQ(r.out.rfind("openai\tOpenAI\t未配置\t当前\n", 0), 0u) << r.out;
+    std::string ids;
+    for (std::size_t line = 0; line < r.out.size(); line = r.out.find('\n', line) + 1) {
+        ids += r.out.substr(line, r.out.find('\t', line) - line) + " ";
+    }
+    EXPECT_EQ(ids, "openai claude deepl google baidu aliyun volcano ");
+    EXPECT_EQ(r.out.rfind("openai\tOpenAI\t未配置\t当前\nclaude\tClaude\t未配置\t-\n", 0), 0u) << r.out;
 }
 
 TEST(CommandLine, TranslateThroughOpenAIFromWordsStandardInputAndJson) {

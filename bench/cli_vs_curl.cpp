@@ -74,7 +74,9 @@ int main() {
                                                              settings);
     std::vector<std::string> curlArgs = {"-sS", "--connect-to", connectTo, "--cacert", caPath, "-X", request.method,
                                          "-A", "Tavi/0.1.0", "--data-binary", request.body, "-o", "/dev/null"};
-    for (const HttpHeader& header : request.headers) curlArgs.insert(curlArgs.end(), {"-H", header.name + ": " + header.value});
+    for (const HttpHeader& header : request.headers) {
+        curlArgs.insert(curlArgs.end(), {"-H", header.name + ": " + header.value});
+    }
     curlArgs.push_back(request.url);
 
     const auto tavi = medians(TAVI_BINARY, {"translate", "Good morning"}, env);

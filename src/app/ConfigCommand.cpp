@@ -14,6 +14,16 @@ void print(const std::string& line) {
 
 int finish() { return std::fflush(stdout) == 0 ? kExitOk : kExitFailure; }
 
+// The value is set for this process either way; the user must hear that it
+// will not be there next time.
+int reportWrite(const AppSettings& settings) {
+    if (auto failure = settings.lastWriteFailure()) {
+        std::fprintf(stderr, "tavi: %s\n", failure->c_str());
+        return kExitFailure;
+    }
+    return kExitOk;
+}
+
 }  // namespace
 
 int runConfig(const Arguments& args) {
@@ -39,11 +49,11 @@ int runConfig(const Arguments& args) {
     }
     if (verb == "unset") {
         settings.reset(args[1]);
-        return kExitOk;
+        return reportWrite(settings);
     }
     const AssignOutcome outcome = assignSettingText(settings, args[1], args[2]);
     switch (outcome.kind) {
-    case AssignOutcome::Kind::assigned: return kExitOk;
+    case AssignOutcome::Kind::assigned: return reportWrite(settings);
     case AssignOutcome::Kind::malformed: return usageError(outcome.message);
     case AssignOutcome::Kind::refused:
         std::fprintf(stderr, "%s\n", outcome.message.c_str());

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -125,6 +126,9 @@ public:
     // observers hear of it when the value changes, and a hotkey reset posts
     // hotkeysDidChange. Returns false (and does nothing) for an unknown key.
     bool reset(std::string_view key);
+
+    // Why the last assignment or reset could not be saved; nothing when it was.
+    std::optional<std::string> lastWriteFailure() const { return store_.lastWriteFailure(); }
 
 private:
     template <typename T>

@@ -192,6 +192,11 @@ void QtSettingsStore::persist() {
     lastWriteSucceeded_ = saved;
 }
 
+std::optional<std::string> QtSettingsStore::lastWriteFailure() const {
+    if (lastWriteSucceeded_) return std::nullopt;
+    return "无法写入设置文件：" + file_.string();
+}
+
 AppSettings& AppSettings::shared() {
     // Never destroyed: other singletons may still read settings during exit.
     static AppSettings* const instance = [] {

@@ -54,6 +54,7 @@ public:
 
     // Whether the last write or removal reached the file.
     bool lastWriteSucceeded() const { return lastWriteSucceeded_; }
+    std::optional<std::string> lastWriteFailure() const override;
 
 private:
     bool prepareFile();

@@ -32,6 +32,10 @@ public:
     // this process and reports nothing: a setting never fails to assign.
     virtual void setValue(std::string_view key, const StoredValue& value) = 0;
     virtual void remove(std::string_view key) = 0;
+
+    // Why the last write or removal did not reach durable storage, in words
+    // for the user; nothing when it did (or the backend keeps no files).
+    virtual std::optional<std::string> lastWriteFailure() const { return std::nullopt; }
 };
 
 }  // namespace tavi

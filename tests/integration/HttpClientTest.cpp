@@ -253,23 +253,6 @@ TEST_F(HttpClientTest, BodyOfExactlyTheLimitIsAcceptedAndOneByteMoreIsRefused) {
     }
 }
 
-TEST_F(HttpClientTest, HugeBodyIsAbandonedAtTheDefaultLimit) {
-    // A gigabyte: reading it to the end would be slow and would not fit the
-    // test's memory budget, so passing means the client stopped early.
-    constexpr std::size_t gigabyte = std::size_t(1) << 30;
-    server.on("GET", "/announced", FakeHttpsServer::hugeBody(gigabyte));
-    server.on("GET", "/streamed", FakeHttpsServer::hugeBody(gigabyte, false));
-    CurlHttpClient defaults([&] {
-        auto options = optionsFor(server);
-        options.maxResponseBytes = CurlHttpClient::Options{}.maxResponseBytes;
-        return options;
-    }());
-    EXPECT_EQ(CurlHttpClient::Options{}.maxResponseBytes, 8u * 1024 * 1024);
-
-    EXPECT_EQ(transportErrorOf(defaults.send(get("https://api.openai.com/announced"))).kind, Kind::responseTooLarge);
-    EXPECT_EQ(transportErrorOf(defaults.send(get("https://api.openai.com/streamed"))).kind, Kind::responseTooLarge);
-}
-
 // ---- connections ----
 
 TEST_F(HttpClientTest, SequentialRequestsToOneHostShareOneConnection) {
@@ -282,17 +265,6 @@ TEST_F(HttpClientTest, SequentialRequestsToOneHostShareOneConnection) {
     EXPECT_EQ(client.connectionsOpened(), 1u);
     EXPECT_EQ(server.connectionCount(), 1u);
     EXPECT_EQ(server.handshakesCompleted(), 1u);
-}
-
-TEST_F(HttpClientTest, ConnectionClosedByTheServerBetweenRequestsIsReplaced) {
-    server.setDropConnectionAfterEachResponse(true);
-    server.on("GET", "/ping", FakeHttpsServer::respond(200, "pong"));
-    for (int i = 0; i < 3; ++i) {
-        auto result = client.send(get("https://api.openai.com/ping"));
-        ASSERT_TRUE(result.ok()) << i << ": " << describe(result.error());
-        EXPECT_EQ(result->body, "pong");
-    }
-    EXPECT_EQ(server.connectionCount(), 3u);
 }
 
 TEST_F(HttpClientTest, RequestsFromSeveralThreadsAtOnceEachGetTheirOwnAnswer) {
@@ -318,30 +290,6 @@ TEST_F(HttpClientTest, RequestsFromSeveralThreadsAtOnceEachGetTheirOwnAnswer) {
 }
 
 // ---- failures ----
-
-TEST_F(HttpClientTest, StalledServerTimesOutAfterTheRequestsOwnTimeout) {
-    server.on("GET", "/slow", server.stall(30s));
-    const auto started = std::chrono::steady_clock::now();
-    auto error = transportErrorOf(client.send(get("https://api.openai.com/slow?key=SECRET", 300ms)));
-    const auto waited = std::chrono::steady_clock::now() - started;
-
-    EXPECT_EQ(error.kind, Kind::timedOut) << error.detail;
-    EXPECT_EQ(error.host, "api.openai.com");
-    EXPECT_GE(waited, 250ms);
-    EXPECT_LT(waited, 5s);
-    EXPECT_EQ(error.detail.find("SECRET"), std::string::npos);
-}
-
-TEST_F(HttpClientTest, ResponseCutShortIsALostConnection) {
-    server.on("GET", "/truncated", FakeHttpsServer::truncatedBody(R"({"translations":[{"text":"hello"}]})", 10));
-    server.on("GET", "/reset", FakeHttpsServer::resetMidResponse(R"({"transl)", 4096));
-
-    for (const char* path : {"/truncated", "/reset"}) {
-        auto error = transportErrorOf(client.send(get(std::string("https://api.openai.com") + path)));
-        EXPECT_EQ(error.kind, Kind::connectionLost) << path << ": " << error.detail;
-        EXPECT_EQ(error.host, "api.openai.com");
-    }
-}
 
 TEST(HttpClientTlsTest, CertificateNotSignedByATrustedAuthorityIsRefused) {
     FakeHttpsServer impostor(FakeHttpsServer::Certificate::untrusted);
@@ -399,23 +347,6 @@ TEST(HttpClientFailureTest, UrlsThatAreNotHttpAreInvalidAndShownWithoutSecrets) 
     for (const char* url : {"not a url", "", "file:///etc/passwd", "https://"}) {
         auto error = transportErrorOf(client.send(get(url)));
         EXPECT_EQ(error.kind, Kind::invalidUrl) << '"' << url << "\": " << error.detail;
-    }
-}
-
-TEST(HttpClientFailureTest, EveryKindIsDescribedInChineseWithTheHost) {
-    const std::pair<Kind, const char*> expected[] = {
-        {Kind::timedOut, "请求超时，服务器没有及时响应（api.openai.com）"},
-        {Kind::hostNotFound, "找不到服务器，请检查网络或服务地址（api.openai.com）"},
-        {Kind::connectionRefused, "无法连接到服务器，连接被拒绝（api.openai.com）"},
-        {Kind::connectionLost, "网络连接已中断，未收到完整的响应（api.openai.com）"},
-        {Kind::tlsFailure, "无法建立安全连接（TLS 证书或握手失败）（api.openai.com）"},
-        {Kind::responseTooLarge, "服务器返回的内容过大，已停止接收（api.openai.com）"},
-        {Kind::other, "网络请求失败（api.openai.com）"},
-    };
-    for (const auto& [kind, text] : expected) {
-        TransportError error{kind, "api.openai.com", "library words"};
-        EXPECT_EQ(error.description(), text);
-        EXPECT_EQ(describe(Error(error)), text);
     }
 }
 

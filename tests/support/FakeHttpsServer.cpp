@@ -36,7 +36,6 @@ struct Connection {
     int socket = -1;
     SSL* ssl = nullptr;
     std::size_t id = 0;
-    int remotePort = 0;
     std::string serverName;
     std::string received;
     bool resetOnClose = false;
@@ -236,10 +235,6 @@ void FakeHttpsServer::on(std::string method, std::string path, Handler handler) 
     handlers_[method + " " + path] = std::move(handler);
 }
 
-void FakeHttpsServer::setKeepAliveMaxCount(std::size_t count) { keepAliveMaxCount_ = std::max<std::size_t>(count, 1); }
-
-void FakeHttpsServer::setKeepAliveTimeout(std::chrono::milliseconds timeout) { keepAliveTimeoutMs_ = timeout.count(); }
-
 void FakeHttpsServer::setDropConnectionAfterEachResponse(bool drop) { dropAfterEachResponse_ = drop; }
 
 std::vector<RecordedRequest> FakeHttpsServer::requests() const {
@@ -291,13 +286,10 @@ void FakeHttpsServer::serveConnection(int socket) {
             connection.serverName = name;
         }
         RecordingTlsStream stream(connection, stopping_);
-        std::string ignoredIp;
-        stream.get_remote_ip_and_port(ignoredIp, connection.remotePort);
         for (std::size_t served = 0;;) {
-            const std::chrono::milliseconds idleLimit(keepAliveTimeoutMs_.load());
-            if (!waitFor(connection, POLLIN, idleLimit, stopping_)) break;
+            if (!waitFor(connection, POLLIN, kKeepAliveTimeout, stopping_)) break;
             connection.received.clear();
-            const bool last = ++served >= keepAliveMaxCount_ || stopping_;
+            const bool last = ++served >= kKeepAliveMaxCount || stopping_;
             bool clientAskedToClose = false;
             currentConnection = &connection;
             const bool ok = server_->serveOne(stream, last, clientAskedToClose);
@@ -323,7 +315,6 @@ void FakeHttpsServer::route(const httplib::Request& request, httplib::Response& 
         recorded.head = connection->received.substr(0, headEnd == std::string::npos ? headEnd : headEnd + 4);
         parseHead(recorded.head, recorded);
         recorded.connectionId = connection->id;
-        recorded.remotePort = connection->remotePort;
         recorded.serverName = connection->serverName;
     } else {
         recorded.method = request.method;

@@ -30,7 +30,6 @@ struct RecordedRequest {
     std::string body;
     std::string serverName;  // the TLS server name (SNI) the client asked for; empty if none
     std::size_t connectionId = 0;  // 1 for the first connection the fake accepted, 2 for the next, ...
-    int remotePort = 0;
 
     // First header of that name, compared without regard to case; empty if absent.
     std::string header(std::string_view name) const;
@@ -76,10 +75,7 @@ public:
     // registration for the same method and path replaces the earlier one.
     void on(std::string method, std::string path, Handler handler);
 
-    // Keep-alive. By default a connection serves up to 100 requests and may
-    // idle 5 seconds between them.
-    void setKeepAliveMaxCount(std::size_t count);  // 1: "Connection: close" on every response
-    void setKeepAliveTimeout(std::chrono::milliseconds timeout);
+    // A connection serves up to 100 requests and may idle 5 seconds between them.
     // Closes each connection right after its response, without announcing it
     // in a Connection header: the client finds its kept-alive connection dead.
     void setDropConnectionAfterEachResponse(bool drop);
@@ -120,8 +116,8 @@ private:
     int port_ = 0;
     std::atomic<bool> stopping_{false};
 
-    std::atomic<std::size_t> keepAliveMaxCount_{100};
-    std::atomic<long long> keepAliveTimeoutMs_{5000};
+    static constexpr std::size_t kKeepAliveMaxCount = 100;
+    static constexpr std::chrono::milliseconds kKeepAliveTimeout{5000};
     std::atomic<bool> dropAfterEachResponse_{false};
     std::atomic<std::size_t> nextConnectionId_{0};
     std::atomic<std::size_t> handshakes_{0};

@@ -51,27 +51,6 @@ TEST(SettingsText, KeysInDeclarationOrderAndWhichAreSecret) {
     }
 }
 
-TEST(SettingsText, ValuesInTheirTextForms) {
-    Config c;
-    EXPECT_EQ(settingText(c.settings, "activeProviderID"), "openai");
-    EXPECT_EQ(settingText(c.settings, "sourceLanguage"), "auto");
-    EXPECT_EQ(settingText(c.settings, "targetLanguage"), "zh");
-    EXPECT_EQ(settingText(c.settings, "openAIAPIKey"), "");
-    EXPECT_EQ(settingText(c.settings, "deepLIsPro"), "false");
-    EXPECT_EQ(settingText(c.settings, "autoTranslateOnCopy"), "true");
-    EXPECT_EQ(settingText(c.settings, "minTextLengthForAutoTranslate"), "2");
-    EXPECT_EQ(settingText(c.settings, "openTranslationWindowHotkey"), R"({"keyCode":17,"modifiers":2048})");
-    EXPECT_EQ(settingText(c.settings, "toggleClipboardMonitorHotkey"), R"({"keyCode":8,"modifiers":2048})");
-    EXPECT_EQ(settingText(c.settings, "unknown"), "");
-
-    c.settings.setTargetLanguage(Language::chineseTraditional);
-    c.settings.setMinTextLengthForAutoTranslate(-9223372036854775807 - 1);
-    c.settings.setOpenAIAPIKey("sk-plain 密钥");
-    EXPECT_EQ(settingText(c.settings, "targetLanguage"), "zh-TW");
-    EXPECT_EQ(settingText(c.settings, "minTextLengthForAutoTranslate"), "-9223372036854775808");
-    EXPECT_EQ(settingText(c.settings, "openAIAPIKey"), "sk-plain 密钥");
-}
-
 TEST(SettingsText, MaskedSecretsShowAtMostTheLastFourCharacters) {
     EXPECT_EQ(maskedSecret(""), "(未设置)");
     EXPECT_EQ(maskedSecret("x"), "********");
@@ -83,43 +62,6 @@ TEST(SettingsText, MaskedSecretsShowAtMostTheLastFourCharacters) {
     EXPECT_EQ(maskedSecret("密钥密钥密钥密钥密钥密"), "********");
     EXPECT_EQ(maskedSecret("密钥密钥密钥密钥abc钥"), "********abc钥");
     EXPECT_EQ(maskedSecret("0123456789密钥密钥"), "********密钥密钥");
-}
-
-TEST(SettingsText, AssignsWellFormedTextThroughTheSetters) {
-    Config c;
-    int changes = 0;
-    Subscription observed = c.settings.observe([&](std::string_view) { ++changes; });
-
-    EXPECT_EQ(c.set("openAIModel", "").kind, Kind::assigned);
-    EXPECT_EQ(c.settings.openAIModel(), "");
-    EXPECT_EQ(c.store.value("openAIModel"), StoredValue(std::string()));
-    EXPECT_EQ(c.set("claudeAPIKey", " sk with spaces\n").kind, Kind::assigned);
-    EXPECT_EQ(c.settings.claudeAPIKey(), " sk with spaces\n");
-    EXPECT_EQ(c.set("activeProviderID", "deepl").kind, Kind::assigned);
-    EXPECT_EQ(c.settings.activeProviderID(), "deepl");
-    EXPECT_EQ(c.set("sourceLanguage", "zh-TW").kind, Kind::assigned);
-    EXPECT_EQ(c.settings.sourceLanguage(), Language::chineseTraditional);
-    EXPECT_EQ(c.set("deepLIsPro", "true").kind, Kind::assigned);
-    EXPECT_TRUE(c.settings.deepLIsPro());
-    EXPECT_EQ(c.store.value("deepLIsPro"), StoredValue(true));
-    EXPECT_EQ(c.set("showPopupNearCursor", "false").kind, Kind::assigned);
-    EXPECT_FALSE(c.settings.showPopupNearCursor());
-    EXPECT_EQ(c.set("minTextLengthForAutoTranslate", "-5").kind, Kind::assigned);
-    EXPECT_EQ(c.settings.minTextLengthForAutoTranslate(), -5);
-    EXPECT_EQ(c.set("minTextLengthForAutoTranslate", "9223372036854775807").kind, Kind::assigned);
-    EXPECT_EQ(changes, 8);
-
-    const AssignOutcome hotkey = c.set("screenshotTranslationHotkey", R"( {"modifiers":4608, "keyCode":49} )");
-    EXPECT_EQ(hotkey.kind, Kind::assigned);
-    EXPECT_EQ(hotkey.message, "");
-    EXPECT_EQ(c.settings.screenshotTranslationHotkey(), (HotkeyShortcut{49, 0x1200}));
-    EXPECT_EQ(c.store.value("screenshotTranslationHotkey"),
-              StoredValue(StoredBytes{R"({"keyCode":49,"modifiers":4608})"}));
-    EXPECT_EQ(c.postCount, 1);
-    // Setting a hotkey to its current value is accepted and announced again.
-    EXPECT_EQ(c.set("screenshotTranslationHotkey", R"({"keyCode":49,"modifiers":4608})").kind, Kind::assigned);
-    EXPECT_EQ(c.postCount, 2);
-    EXPECT_EQ(c.set("toggleClipboardMonitorHotkey", R"({"keyCode":65535,"modifiers":6912})").kind, Kind::assigned);
 }
 
 TEST(SettingsText, MalformedTextNamesTheKeyAndTheAcceptedForms) {
@@ -171,19 +113,6 @@ TEST(SettingsText, MalformedTextNamesTheKeyAndTheAcceptedForms) {
         EXPECT_TRUE(c.store.contents().empty());
         EXPECT_EQ(c.postCount, 0);
     }
-}
-
-TEST(SettingsText, HotkeysTheRulesTurnDownAreRefusedWithTheirMessage) {
-    Config c;
-    AssignOutcome taken = c.set("openTranslationWindowHotkey", R"({"keyCode":1,"modifiers":2048})");
-    EXPECT_EQ(taken.kind, Kind::refused);
-    EXPECT_EQ(taken.message, "“⌥S” 已被“截图翻译”使用，请换一个组合。");
-    AssignOutcome bare = c.set("toggleClipboardMonitorHotkey", R"({"keyCode":8,"modifiers":0})");
-    EXPECT_EQ(bare.kind, Kind::refused);
-    EXPECT_EQ(bare.message, "全局快捷键至少需要一个修饰键。");
-    EXPECT_TRUE(c.store.contents().empty());
-    EXPECT_EQ(c.postCount, 0);
-    EXPECT_EQ(c.settings.openTranslationWindowHotkey(), (HotkeyShortcut{17, 0x0800}));
 }
 
 }  // namespace

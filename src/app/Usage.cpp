@@ -22,7 +22,7 @@ std::string helpText() {
   tavi --help                  显示本帮助
   tavi --version               显示版本
 
-退出码：0 成功；1 翻译失败或设置被拒绝；2 命令行用法错误。
+退出码：0 成功；1 翻译失败、设置被拒绝或无法保存；2 命令行用法错误。
 
 设置保存在 $XDG_CONFIG_HOME/tavi/tavi.conf（仅本人可读写）。
 环境变量 TAVI_CONNECT_TO（HOST:PORT:CONNECT_HOST:CONNECT_PORT，逗号分隔）和

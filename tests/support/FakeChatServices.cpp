@@ -55,36 +55,6 @@ std::string googleError(int code, const std::string& message, const std::string&
 
 // ---------------------------------------------------------------- common
 
-FakeChatService::FakeChatService(std::string host, std::string method, std::string path) : host_(std::move(host)) {
-    server_.on(std::move(method), std::move(path),
-               [this](const RecordedRequest& request, httplib::Response& response) { handle(request, response); });
-}
-
-void FakeChatService::scriptReply(int status, std::string body, std::string contentType) {
-    std::lock_guard lock(mutex_);
-    script_ = Reply{status, std::move(body), std::move(contentType)};
-}
-
-void FakeChatService::clearScript() {
-    std::lock_guard lock(mutex_);
-    script_.reset();
-}
-
-std::vector<std::string> FakeChatService::rejections() const {
-    std::lock_guard lock(mutex_);
-    return rejections_;
-}
-
-std::size_t FakeChatService::acceptedCount() const {
-    std::lock_guard lock(mutex_);
-    return receivedTexts_.size();
-}
-
-std::vector<std::string> FakeChatService::receivedTexts() const {
-    std::lock_guard lock(mutex_);
-    return receivedTexts_;
-}
-
 bool FakeChatService::looksChinese(const std::string& text) {
     // U+4E00..U+9FFF are encoded as E4 B8 80 .. E9 BF BF.
     for (std::size_t i = 0; i + 2 < text.size(); ++i) {
@@ -94,29 +64,12 @@ bool FakeChatService::looksChinese(const std::string& text) {
     return false;
 }
 
-void FakeChatService::handle(const RecordedRequest& request, httplib::Response& response) {
-    Verdict verdict = examine(request);
-    std::optional<Reply> reply = verdict.refusal;
-    {
-        std::lock_guard lock(mutex_);
-        if (reply) {
-            rejections_.push_back(verdict.reason);
-        } else {
-            receivedTexts_.push_back(verdict.text);
-            reply = script_;
-        }
-    }
-    if (!reply) reply = translation(verdict);
-    response.status = reply->status;
-    response.set_content(reply->body, reply->contentType);
-}
-
 // ---------------------------------------------------------------- Claude
 
 FakeClaudeService::FakeClaudeService(std::string apiKey)
     : FakeChatService("api.anthropic.com", "POST", "/v1/messages"), apiKey_(std::move(apiKey)) {}
 
-FakeChatService::Verdict FakeClaudeService::examine(const RecordedRequest& request) const {
+FakeChatService::Verdict FakeClaudeService::examine(const RecordedRequest& request) {
     if (request.headerCount("x-api-key") == 0) {
         return refuse("no x-api-key", {401, anthropicError("authentication_error", "x-api-key header is required")});
     }
@@ -156,7 +109,7 @@ FakeChatService::Verdict FakeClaudeService::examine(const RecordedRequest& reque
     return accepted;
 }
 
-FakeChatService::Reply FakeClaudeService::translation(const Verdict& accepted) const {
+FakeChatService::Reply FakeClaudeService::translation(const RecordedRequest&, const Verdict& accepted) {
     return {200, dump({{"id", serial("msg_fake")},
                        {"type", "message"},
                        {"role", "assistant"},
@@ -172,7 +125,7 @@ FakeChatService::Reply FakeClaudeService::translation(const Verdict& accepted) c
 FakeGoogleService::FakeGoogleService(std::string apiKey)
     : FakeChatService("translation.googleapis.com", "POST", "/language/translate/v2"), apiKey_(std::move(apiKey)) {}
 
-FakeChatService::Verdict FakeGoogleService::examine(const RecordedRequest& request) const {
+FakeChatService::Verdict FakeGoogleService::examine(const RecordedRequest& request) {
     // Google's front end answers a POST without a length before the API sees it.
     if (request.headerCount("Content-Length") == 0 && request.headerCount("Transfer-Encoding") == 0) {
         return refuse("POST without Content-Length",
@@ -217,7 +170,7 @@ FakeChatService::Verdict FakeGoogleService::examine(const RecordedRequest& reque
     return accepted;
 }
 
-FakeChatService::Reply FakeGoogleService::translation(const Verdict& accepted) const {
+FakeChatService::Reply FakeGoogleService::translation(const RecordedRequest&, const Verdict& accepted) {
     json item = {{"translatedText", translationOf(accepted.text)}};
     // Like the real service: the detected language comes only when none was named.
     if (accepted.sourceCode.empty()) item["detectedSourceLanguage"] = looksChinese(accepted.text) ? "zh-CN" : "en";
@@ -231,7 +184,7 @@ FakeDeepLService::FakeDeepLService(std::string apiKey, Plan plan)
       apiKey_(std::move(apiKey)),
       plan_(plan) {}
 
-FakeChatService::Verdict FakeDeepLService::examine(const RecordedRequest& request) const {
+FakeChatService::Verdict FakeDeepLService::examine(const RecordedRequest& request) {
     const std::string authorization = request.header("Authorization");
     constexpr std::string_view kScheme = "DeepL-Auth-Key ";
     if (!startsWith(authorization, kScheme)) return refuse("no DeepL-Auth-Key", {403, ""});
@@ -275,7 +228,7 @@ FakeChatService::Verdict FakeDeepLService::examine(const RecordedRequest& reques
     return accepted;
 }
 
-FakeChatService::Reply FakeDeepLService::translation(const Verdict& accepted) const {
+FakeChatService::Reply FakeDeepLService::translation(const RecordedRequest&, const Verdict& accepted) {
     const std::string detected = !accepted.sourceCode.empty() ? accepted.sourceCode
                                  : looksChinese(accepted.text) ? "ZH"
                                                                : "EN";

@@ -74,34 +74,6 @@ std::string dump(const json& value) { return value.dump(-1, ' ', false, json::er
 
 // ---------------------------------------------------------------- common
 
-FakeSignedService::FakeSignedService(std::string host, std::string method, std::string path)
-    : host_(std::move(host)) {
-    server_.on(std::move(method), std::move(path),
-               [this](const RecordedRequest& request, httplib::Response& response) { handle(request, response); });
-}
-
-void FakeSignedService::scriptReply(int status, std::string body, std::string contentType) {
-    std::lock_guard lock(mutex_);
-    script_ = Reply{status, std::move(body), std::move(contentType)};
-}
-
-void FakeSignedService::clearScript() {
-    std::lock_guard lock(mutex_);
-    script_.reset();
-}
-
-std::vector<std::string> FakeSignedService::rejections() const {
-    std::lock_guard lock(mutex_);
-    return rejections_;
-}
-
-std::size_t FakeSignedService::acceptedCount() const {
-    std::lock_guard lock(mutex_);
-    return accepted_;
-}
-
-std::string FakeSignedService::translationOf(const std::string& text) { return kTranslationPrefix + text; }
-
 std::string FakeSignedService::requestId() {
     static std::atomic<unsigned> counter{0};
     char id[48];
@@ -109,21 +81,10 @@ std::string FakeSignedService::requestId() {
     return id;
 }
 
-void FakeSignedService::handle(const RecordedRequest& request, httplib::Response& response) {
+FakeService::Verdict FakeSignedService::examine(const RecordedRequest& request) {
     std::string reason;
-    std::optional<Reply> reply = refusal(request, reason);
-    {
-        std::lock_guard lock(mutex_);
-        if (reply) {
-            rejections_.push_back(reason);
-        } else {
-            ++accepted_;
-            reply = script_;
-        }
-    }
-    if (!reply) reply = translation(request);
-    response.status = reply->status;
-    response.set_content(reply->body, reply->contentType);
+    if (auto reply = refusal(request, reason)) return refuse(std::move(reason), std::move(*reply));
+    return {};
 }
 
 // ---------------------------------------------------------------- Baidu
@@ -149,7 +110,7 @@ std::optional<FakeSignedService::Reply> FakeBaiduService::refusal(const Recorded
     return std::nullopt;
 }
 
-FakeSignedService::Reply FakeBaiduService::translation(const RecordedRequest& request) {
+FakeSignedService::Reply FakeBaiduService::answer(const RecordedRequest& request) {
     const Params query = verify::parseUrlEncoded(request.query, true).value_or(Params{});
     const std::string from = find(query, "from").value_or("auto");
     json results = json::array();
@@ -198,7 +159,7 @@ std::optional<FakeSignedService::Reply> FakeVolcanoService::refusal(const Record
     return std::nullopt;
 }
 
-FakeSignedService::Reply FakeVolcanoService::translation(const RecordedRequest& request) {
+FakeSignedService::Reply FakeVolcanoService::answer(const RecordedRequest& request) {
     const json body = json::parse(request.body, nullptr, false);
     const json* texts = body.is_object() && body.contains("TextList") ? &body["TextList"] : nullptr;
     if (!texts || !texts->is_array()) {
@@ -263,7 +224,7 @@ std::optional<FakeSignedService::Reply> FakeAliyunService::refusal(const Recorde
     return std::nullopt;
 }
 
-FakeSignedService::Reply FakeAliyunService::translation(const RecordedRequest& request) {
+FakeSignedService::Reply FakeAliyunService::answer(const RecordedRequest& request) {
     const Params form = verify::parseUrlEncoded(request.body, true).value_or(Params{});
     const std::string text = find(form, "SourceText").value_or("");
     const std::string source = find(form, "SourceLanguage").value_or("auto");

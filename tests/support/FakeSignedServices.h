@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "FakeHttpsServer.h"
+#include "FakeService.h"
 
 namespace tavi::test {
 
@@ -18,56 +18,20 @@ namespace tavi::test {
 //   Aliyun  400 {"Code":"SignatureDoesNotMatch","Message":"... server string to sign is:..."}
 // A correctly signed request gets a translation at once: every line prefixed
 // with kTranslationPrefix (Baidu answers line by line, like the real one).
-class FakeSignedService {
-public:
-    static constexpr const char* kTranslationPrefix = "译：";
-
-    virtual ~FakeSignedService() = default;
-    FakeSignedService(const FakeSignedService&) = delete;
-    FakeSignedService& operator=(const FakeSignedService&) = delete;
-
-    const std::string& host() const { return host_; }
-    // The TAVI_CONNECT_TO entry that routes the production host here.
-    std::string connectTo() const { return server_.connectTo(host_); }
-    FakeHttpsServer& server() { return server_; }
-
-    // Correctly signed requests get this reply instead of a translation
-    // (for hostile replies); badly signed ones are still refused.
-    void scriptReply(int status, std::string body, std::string contentType = "application/json");
-    void clearScript();
-
-    // One entry per refused request: the verifier's reason.
-    std::vector<std::string> rejections() const;
-    std::size_t acceptedCount() const;
-
-    // What the fake makes of a text.
-    static std::string translationOf(const std::string& text);
-
+class FakeSignedService : public FakeService {
 protected:
-    struct Reply {
-        int status = 200;
-        std::string body;
-        std::string contentType = "application/json";
-    };
+    using FakeService::FakeService;
 
-    FakeSignedService(std::string host, std::string method, std::string path);
-
-    // Checks the request; fills `reason` and returns the service's refusal
-    // when it must be refused, or nothing when it is correctly signed.
+    // Fills `reason` and returns the service's refusal when the request must
+    // be refused, or nothing when it is correctly signed.
     virtual std::optional<Reply> refusal(const RecordedRequest& request, std::string& reason) = 0;
-    virtual Reply translation(const RecordedRequest& request) = 0;
+    virtual Reply answer(const RecordedRequest& request) = 0;
 
     static std::string requestId();
 
 private:
-    void handle(const RecordedRequest& request, httplib::Response& response);
-
-    std::string host_;
-    FakeHttpsServer server_;
-    mutable std::mutex mutex_;
-    std::optional<Reply> script_;
-    std::vector<std::string> rejections_;
-    std::size_t accepted_ = 0;
+    Verdict examine(const RecordedRequest& request) final;
+    Reply translation(const RecordedRequest& request, const Verdict&) final { return answer(request); }
 };
 
 class FakeBaiduService final : public FakeSignedService {
@@ -76,7 +40,7 @@ public:
 
 private:
     std::optional<Reply> refusal(const RecordedRequest& request, std::string& reason) override;
-    Reply translation(const RecordedRequest& request) override;
+    Reply answer(const RecordedRequest& request) override;
 
     std::string appID_;
     std::string secretKey_;
@@ -88,7 +52,7 @@ public:
 
 private:
     std::optional<Reply> refusal(const RecordedRequest& request, std::string& reason) override;
-    Reply translation(const RecordedRequest& request) override;
+    Reply answer(const RecordedRequest& request) override;
 
     std::string accessKeyID_;
     std::string secretAccessKey_;
@@ -100,7 +64,7 @@ public:
 
 private:
     std::optional<Reply> refusal(const RecordedRequest& request, std::string& reason) override;
-    Reply translation(const RecordedRequest& request) override;
+    Reply answer(const RecordedRequest& request) override;
 
     std::string accessKeyID_;
     std::string accessKeySecret_;

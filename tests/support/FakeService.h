@@ -1,0 +1,83 @@
+#pragma once
+
+#include <cstddef>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "FakeHttpsServer.h"
+
+namespace tavi::test {
+
+// A loopback stand-in for one translation service under its production host
+// name. Each request is examined the way the real service examines it and
+// either refused with the service's own error shape or answered at once with
+// translationOf(text), so a benchmark measures the client, not the fake.
+class FakeService {
+public:
+    static constexpr const char* kTranslationPrefix = "译：";
+
+    virtual ~FakeService() = default;
+    FakeService(const FakeService&) = delete;
+    FakeService& operator=(const FakeService&) = delete;
+
+    const std::string& host() const { return host_; }
+    // The TAVI_CONNECT_TO entry that routes the production host here.
+    std::string connectTo() const { return server_.connectTo(host_); }
+    FakeHttpsServer& server() { return server_; }
+
+    // Accepted requests get this reply instead of a translation (for hostile
+    // replies); refused ones are still refused.
+    void scriptReply(int status, std::string body, std::string contentType = "application/json");
+    void clearScript();
+
+    // One entry per refused request: why it was refused.
+    std::vector<std::string> rejections() const;
+    std::size_t acceptedCount() const;
+    // The texts of accepted requests, decoded as the service decodes them
+    // (empty for fakes that do not pick the text out while examining).
+    std::vector<std::string> receivedTexts() const;
+
+    static std::string translationOf(const std::string& text) { return kTranslationPrefix + text; }
+
+protected:
+    struct Reply {
+        int status = 200;
+        std::string body;
+        std::string contentType = "application/json";
+    };
+    // Either a refusal (with the reason for the log) or what was understood.
+    struct Verdict {
+        std::optional<Reply> refusal;
+        std::string reason;
+        std::string text;
+        std::string sourceCode;  // what the request named as the source language; empty when none
+        std::string model;       // the model the request asked for, where there is one
+    };
+
+    FakeService(std::string host, std::string method, std::string path);
+
+    // Called on the fake's worker threads, possibly several at once.
+    virtual Verdict examine(const RecordedRequest& request) = 0;
+    virtual Reply translation(const RecordedRequest& request, const Verdict& accepted) = 0;
+
+    static Verdict refuse(std::string reason, Reply reply) {
+        Verdict verdict;
+        verdict.refusal = std::move(reply);
+        verdict.reason = std::move(reason);
+        return verdict;
+    }
+
+private:
+    void handle(const RecordedRequest& request, httplib::Response& response);
+
+    std::string host_;
+    FakeHttpsServer server_;
+    mutable std::mutex mutex_;
+    std::optional<Reply> script_;
+    std::vector<std::string> rejections_;
+    std::vector<std::string> receivedTexts_;
+};
+
+}  // namespace tavi::test

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <pwd.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -125,7 +126,14 @@ std::unique_ptr<QSettings> openSettings(const std::filesystem::path& file) {
 
 }  // namespace
 
-QtSettingsStore::QtSettingsStore(std::filesystem::path file) : file_(std::move(file)), settings_(openSettings(file_)) {}
+// QSettings is only opened on a file that exists. Opened on a missing file,
+// it treats the content as empty but may take the size and time of a file
+// another process creates a moment later as what it has read; its next write
+// would then see nothing new and drop that process's keys.
+QtSettingsStore::QtSettingsStore(std::filesystem::path file) : file_(std::move(file)) {
+    std::error_code error;
+    if (std::filesystem::exists(file_, error)) settings_ = openSettings(file_);
+}
 
 QtSettingsStore::~QtSettingsStore() = default;
 
@@ -139,7 +147,7 @@ std::filesystem::path QtSettingsStore::defaultFilePath() {
 std::optional<StoredValue> QtSettingsStore::value(std::string_view key) const {
     if (auto it = unsaved_.find(key); it != unsaved_.end()) return it->second;
     const QString name = toQString(key);
-    if (!settings_->contains(name)) return std::nullopt;
+    if (!settings_ || !settings_->contains(name)) return std::nullopt;
     return fromQVariant(settings_->value(name));
 }
 
@@ -173,7 +181,7 @@ bool QtSettingsStore::prepareFile() {
 bool QtSettingsStore::syncUnsaved() {
     // QSettings keeps the first error it meets for the life of the object, so
     // a fresh one is needed to learn anything from the next sync.
-    if (settings_->status() != QSettings::NoError) settings_ = openSettings(file_);
+    if (!settings_ || settings_->status() != QSettings::NoError) settings_ = openSettings(file_);
     for (const auto& [key, value] : unsaved_) {
         if (value) settings_->setValue(toQString(key), toQVariant(*value));
         else settings_->remove(toQString(key));
@@ -183,11 +191,22 @@ bool QtSettingsStore::syncUnsaved() {
 }
 
 void QtSettingsStore::persist() {
-    bool saved = prepareFile() && syncUnsaved();
-    // A format error comes from reading the old file and hides whether the
-    // new one was written. If it was, the file is clean now and a second
-    // sync says so; if not, it fails again.
-    if (!saved && settings_->status() == QSettings::FormatError) saved = syncUnsaved();
+    bool saved = false;
+    if (prepareFile()) {
+        // Writers take turns for the whole read-merge-write round, each
+        // starting from a freshly opened file: QSettings' own lock and change
+        // detection alone let another process's key slip away now and then
+        // when several tavi processes write at once.
+        const int turn = ::open((file_.string() + ".writer").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, kPrivateFileMode);
+        if (turn >= 0) ::flock(turn, LOCK_EX);
+        settings_.reset();
+        saved = syncUnsaved();
+        // A format error comes from reading the old file and hides whether the
+        // new one was written. If it was, the file is clean now and a second
+        // sync says so; if not, it fails again.
+        if (!saved && settings_->status() == QSettings::FormatError) saved = syncUnsaved();
+        if (turn >= 0) ::close(turn);
+    }
     if (saved) unsaved_.clear();
     lastWriteSucceeded_ = saved;
 }

@@ -22,11 +22,10 @@ namespace tavi {
 //   other permission bits at the first write.
 // - Nothing is touched on disk until the first write, so reading settings
 //   never creates a file.
-// - Every write and removal is synced at once. QSettings takes the file's
-//   lock, re-reads it when its size or time stamp changed, and merges, so keys
-//   written meanwhile by another process survive. (QSettings' own limit: a
-//   rewrite by another process that keeps the size and lands within the same
-//   time-stamp tick as our last write goes unnoticed and may be overwritten.)
+// - Every write and removal is synced at once. Writers of all tavi
+//   processes take turns (flock on "<file>.writer"), and each turn re-opens
+//   the file, merges our changes into what is there now and replaces it, so
+//   keys written meanwhile by another process survive.
 // - Text-only storage: booleans, integers and doubles come back as strings
 //   ("true", "5") once they went through the file; bytes and lists of two or
 //   more strings keep their type (a one-element list comes back as a string,

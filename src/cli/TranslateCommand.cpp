@@ -3,7 +3,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "app/Commands.h"
+#include "cli/Commands.h"
 #include "core/CurlHttpClient.h"
 #include "core/RunLoop.h"
 #include "core/Text.h"

@@ -1,6 +1,6 @@
 #include <cstdio>
 
-#include "app/Commands.h"
+#include "cli/Commands.h"
 #include "core/TranslationService.h"
 #include "settings/AppSettings.h"
 

@@ -1,6 +1,6 @@
 #include <cstdio>
 
-#include "app/Commands.h"
+#include "cli/Commands.h"
 
 namespace tavi::cli {
 

@@ -3,7 +3,7 @@
 #include <exception>
 #include <string>
 
-#include "app/Commands.h"
+#include "cli/Commands.h"
 
 #ifndef TAVI_VERSION
 #define TAVI_VERSION "0.0.0"

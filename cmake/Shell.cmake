@@ -1,0 +1,1 @@
+# The tray application: Qt Widgets shell and the desktop backends.

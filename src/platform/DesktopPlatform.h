@@ -1,0 +1,45 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "platform/Clipboard.h"
+#include "platform/GlobalShortcuts.h"
+#include "platform/KeySender.h"
+#include "platform/KeyboardLayout.h"
+#include "platform/MouseDownMonitor.h"
+#include "platform/Screens.h"
+#include "platform/SelectionReader.h"
+
+namespace tavi {
+
+class EventLoop;
+
+// One desktop backend: everything Tavi needs from the desktop, one small
+// interface per concern. A new desktop is a new folder under src/platform
+// implementing this, and a line in openDesktopPlatform().
+class DesktopPlatform {
+public:
+    virtual ~DesktopPlatform() = default;
+
+    virtual std::string name() const = 0;
+    virtual GlobalShortcuts& shortcuts() = 0;
+    virtual KeyboardLayout& keyboardLayout() = 0;
+    virtual Clipboard& clipboard() = 0;
+    virtual SelectionReader& selection() = 0;
+    virtual KeySender& keySender() = 0;
+    virtual Screens& screens() = 0;
+    virtual MouseDownMonitor& mouseDownMonitor() = 0;
+    // Whether a compositor draws translucent windows (rounded corners, fades).
+    virtual bool hasCompositor() = 0;
+};
+
+struct DesktopPlatformResult {
+    std::unique_ptr<DesktopPlatform> platform;
+    std::string failure;  // why none could be opened, in one line for the user
+};
+
+// Picks the backend for the session Tavi runs in.
+DesktopPlatformResult openDesktopPlatform(EventLoop& loop);
+
+}  // namespace tavi

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string>
+
+namespace tavi {
+
+// The text selected in the application the user works in (on X11 the
+// PRIMARY selection). Owning thread only; answers there, within a bounded time.
+class SelectionReader {
+public:
+    virtual ~SelectionReader() = default;
+
+    // The selected text exactly as the application gives it (possibly empty),
+    // or nothing when no selection can be read.
+    virtual void readSelectedText(std::function<void(std::optional<std::string>)> done) = 0;
+};
+
+}  // namespace tavi

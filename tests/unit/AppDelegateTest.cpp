@@ -1,0 +1,286 @@
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "FakeTransport.h"
+#include "ManualEventLoop.h"
+#include "app/AppDelegate.h"
+#include "core/Json.h"
+#include "platform/dummy/DummyPlatform.h"
+#include "settings/HotkeyModel.h"
+#include "settings/MemorySettingsStore.h"
+
+namespace tavi {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr std::uint32_t kOption = 0x0800;
+
+class InlineRunner final : public BackgroundRunner {
+public:
+    void run(Task task) override { task(); }
+};
+
+struct RecordingUi final : ShellUi {
+    bool installStatusItem(std::function<std::vector<MenuEntry>()> build,
+                           std::function<void(MenuCommand)> choose) override {
+        if (onInstall) onInstall();
+        entries = std::move(build);
+        chosen = std::move(choose);
+        return trayAvailable;
+    }
+    void showPopup(const TranslationResult& result, Point pointer) override { popups.push_back({result, pointer}); }
+    void showDirectTranslationWindow() override { ++directWindowShown; }
+    void showSettingsWindow() override { ++settingsShown; }
+    void startScreenshot() override { ++screenshots; }
+    void quit() override { ++quits; }
+
+    std::vector<std::string> menuTitles() const {
+        std::vector<std::string> titles;
+        for (const MenuEntry& entry : entries()) titles.push_back(entry.separator ? "---" : entry.title);
+        return titles;
+    }
+
+    bool trayAvailable = true;
+    std::function<void()> onInstall;
+    std::function<std::vector<MenuEntry>()> entries;
+    std::function<void(MenuCommand)> chosen;
+    std::vector<std::pair<TranslationResult, Point>> popups;
+    int directWindowShown = 0, settingsShown = 0, screenshots = 0, quits = 0;
+};
+
+std::string chatReply(const std::string& content) {
+    return Json{{"choices", {{{"message", {{"content", content}}}}}}}.dump();
+}
+
+class AppDelegateTest : public ::testing::Test {
+protected:
+    AppDelegateTest() { settings.setOpenAIAPIKey("sk-test"); }
+
+    AppDelegate::Dependencies dependencies() {
+        return {settings,
+                notifications,
+                translation,
+                hotkeys,
+                monitor,
+                capture,
+                platform.screensBackend,
+                loop,
+                ui,
+                [this](std::string_view line) { log.emplace_back(line); },
+                startupReport};
+    }
+
+    void launch() {
+        delegate.emplace(dependencies());
+        delegate->applicationDidFinishLaunching();
+        loop.runPending();
+    }
+
+    // The user presses a hotkey; the action runs on a later turn of the loop.
+    bool press(std::uint32_t keyCode, std::uint32_t modifiers) {
+        const bool caught = platform.shortcutsBackend.press(keyCode, modifiers);
+        loop.advance(1s);
+        return caught;
+    }
+
+    test::ManualEventLoop loop;
+    dummy::DummyPlatform platform{loop};
+    MemorySettingsStore store;
+    NotificationCenter notifications;
+    AppSettings settings{store, notifications};
+    test::FakeTransport transport;
+    InlineRunner background;
+    TranslationService translation{{[this]() -> const AppSettingsValues& { return settings.values(); }, transport,
+                                    loop, background}};
+    HotkeyManager hotkeys{platform.shortcutsBackend};
+    ClipboardMonitor monitor{platform.clipboardBackend, loop,
+                             [this]() -> const AppSettingsValues& { return settings.values(); },
+                             [](std::string text) {
+                                 if (AppDelegate* running = AppDelegate::shared()) running->translateAndShow(text);
+                             }};
+    SelectedTextCapture capture{platform.selectionBackend, platform.clipboardBackend, platform.keySenderBackend, loop};
+    RecordingUi ui;
+    std::vector<std::string> log;
+    AppDelegate::StartupReportTask startupReport;
+    std::optional<AppDelegate> delegate;
+};
+
+TEST_F(AppDelegateTest, StartSequenceRunsInItsOrder) {
+    settings.setClipboardMonitorEnabled(true);
+    std::vector<std::string> steps;
+    ui.onInstall = [&] {
+        EXPECT_EQ(AppDelegate::shared(), &*delegate);
+        EXPECT_EQ(platform.shortcutsBackend.handlersInstalled(), 0);
+        steps.push_back("status item");
+    };
+    startupReport = [&](auto done) {
+        EXPECT_EQ(platform.shortcutsBackend.grabs().size(), 4u);
+        EXPECT_TRUE(monitor.isRunning());
+        steps.push_back("startup report");
+        done(std::nullopt);
+    };
+    launch();
+    EXPECT_EQ(steps, (std::vector<std::string>{"status item", "startup report"}));
+    EXPECT_EQ(platform.shortcutsBackend.handlersInstalled(), 1);
+    EXPECT_TRUE(log.empty());
+}
+
+TEST_F(AppDelegateTest, FailuresAtLaunchAreLoggedOnly) {
+    ui.trayAvailable = false;
+    startupReport = [](auto done) { done("启动上报私钥无效"); };
+    launch();
+    EXPECT_EQ(log, (std::vector<std::string>{"No system tray on this desktop: Tavi runs on its hotkeys alone.",
+                                             "Startup report failed: 启动上报私钥无效"}));
+    EXPECT_TRUE(press(17, kOption));  // hotkeys work without a tray
+    EXPECT_EQ(ui.directWindowShown, 1);
+    EXPECT_TRUE(ui.popups.empty());
+}
+
+TEST_F(AppDelegateTest, MenuTitlesFollowHotkeysMonitorAndLayout) {
+    launch();
+    EXPECT_EQ(ui.menuTitles(), (std::vector<std::string>{"打开翻译窗口\t⌥T", "---", "翻译选中文字\t⌥A",
+                                                         "截图翻译\t⌥S", "---", "开启剪贴板监听\t⌥C", "---",
+                                                         "偏好设置...", "---", "退出Tavi"}));
+    const auto entries = ui.entries();
+    EXPECT_EQ(entries[7].keyEquivalent, ',');
+    EXPECT_EQ(entries[9].keyEquivalent, 'q');
+    EXPECT_EQ(entries[9].command, MenuCommand::terminate);
+
+    settings.setScreenshotTranslationHotkey({1, 0});
+    settings.setOpenTranslationWindowHotkey({49, 0x1A00});
+    setKeyboardLayoutKeyName([](std::uint32_t code) -> std::optional<std::string> {
+        if (code == 0) return "q";  // French
+        return std::nullopt;
+    });
+    ui.chosen(MenuCommand::toggleClipboardMonitor);
+    const auto titles = ui.menuTitles();
+    setKeyboardLayoutKeyName(nullptr);
+    EXPECT_EQ(titles[0], "打开翻译窗口\t⌃⌥⇧Space");
+    EXPECT_EQ(titles[2], "翻译选中文字\t⌥Q");
+    EXPECT_EQ(titles[3], "截图翻译\t未设置");
+    EXPECT_EQ(titles[5], "关闭剪贴板监听\t⌥C");
+}
+
+TEST_F(AppDelegateTest, ToggleWritesAtOnceAndDrivesTheMonitor) {
+    launch();
+    EXPECT_FALSE(monitor.isRunning());
+    ui.chosen(MenuCommand::toggleClipboardMonitor);
+    EXPECT_TRUE(monitor.isRunning());
+    EXPECT_EQ(store.value("clipboardMonitorEnabled"), StoredValue(true));
+
+    EXPECT_TRUE(press(8, kOption));
+    EXPECT_FALSE(monitor.isRunning());
+    EXPECT_EQ(store.value("clipboardMonitorEnabled"), StoredValue(false));
+    EXPECT_EQ(ui.menuTitles()[5], "开启剪贴板监听\t⌥C");
+}
+
+TEST_F(AppDelegateTest, HotkeysRunTheirActionsAndAreRegisteredAgainOnChange) {
+    launch();
+    EXPECT_TRUE(press(17, kOption));
+    EXPECT_TRUE(press(1, kOption));
+    EXPECT_EQ(ui.directWindowShown, 1);
+    EXPECT_EQ(ui.screenshots, 1);
+
+    settings.setScreenshotTranslationHotkey({1, 0});       // cleared: not registered
+    settings.setTranslateSelectedTextHotkey({0, 0x1200});  // ⌃⇧A
+    loop.runPending();
+    std::vector<std::uint32_t> ids;
+    for (const auto& grab : platform.shortcutsBackend.grabs()) ids.push_back(grab.id);
+    EXPECT_EQ(ids, (std::vector<std::uint32_t>{8, 9, 10}));  // after 1-4, two rounds of three
+    EXPECT_FALSE(press(1, kOption));
+    EXPECT_FALSE(press(0, kOption));
+
+    platform.selectionBackend.selectedText = "hello";
+    transport.respond(200, chatReply("你好"));
+    EXPECT_TRUE(press(0, 0x1200));
+    ASSERT_EQ(ui.popups.size(), 1u);
+    EXPECT_EQ(ui.popups[0].first.translatedText, "你好");
+}
+
+TEST_F(AppDelegateTest, SelectedTextIsTranslatedIntoThePopupAtThePointer) {
+    launch();
+    platform.screensBackend.pointer = Point{640, 480};
+    platform.selectionBackend.selectedText = "\n  Good morning  \n";
+    transport.respond(200, chatReply("早上好"));
+    ui.chosen(MenuCommand::translateSelectedText);
+    loop.advance(1s);
+    ASSERT_EQ(ui.popups.size(), 1u);
+    EXPECT_EQ(ui.popups[0].first.sourceText, "Good morning");
+    EXPECT_EQ(ui.popups[0].first.translatedText, "早上好");
+    EXPECT_EQ(ui.popups[0].first.provider, "OpenAI");
+    EXPECT_EQ(ui.popups[0].second, (Point{640, 480}));
+    EXPECT_EQ(transport.requestCount(), 1u);
+}
+
+TEST_F(AppDelegateTest, NothingSelectedAnywhereShowsNothing) {
+    launch();
+    platform.selectionBackend.selectedText = " ";
+    platform.keySenderBackend.onCopy = [] {};
+    ui.chosen(MenuCommand::translateSelectedText);
+    loop.advance(1s);
+    EXPECT_EQ(platform.keySenderBackend.copiesSent, 1);
+    EXPECT_TRUE(ui.popups.empty());
+    EXPECT_EQ(transport.requestCount(), 0u);
+}
+
+TEST_F(AppDelegateTest, FailureBecomesASubstituteResult) {
+    settings.setOpenAIAPIKey("");
+    settings.setSourceLanguage(Language::english);
+    settings.setTargetLanguage(Language::japanese);
+    launch();
+    delegate->translateAndShow("hello");
+    loop.runPending();
+    ASSERT_EQ(ui.popups.size(), 1u);
+    const TranslationResult& shown = ui.popups[0].first;
+    EXPECT_EQ(shown.sourceText, "hello");
+    EXPECT_EQ(shown.translatedText, "翻译失败：OpenAI API Key 未设置");
+    EXPECT_EQ(shown.sourceLanguage, Language::auto_);
+    EXPECT_EQ(shown.targetLanguage, Language::japanese);
+    EXPECT_EQ(shown.provider, "—");
+    EXPECT_EQ(shown.detectedLanguage, std::nullopt);
+
+    settings.setOpenAIAPIKey("sk-test");
+    transport.respond(500, R"({"error":{"message":"upstream broke"}})");
+    delegate->translateAndShow("hello");
+    loop.runPending();
+    EXPECT_EQ(ui.popups.back().first.translatedText, "翻译失败：upstream broke");
+}
+
+TEST_F(AppDelegateTest, CopiedTextReachesThePopupThroughTheMonitor) {
+    settings.setClipboardMonitorEnabled(true);
+    launch();
+    transport.respond(200, chatReply("复制的文字"));
+    platform.clipboardBackend.copyTextFromElsewhere("copied text");
+    loop.advance(1s);
+    ASSERT_EQ(ui.popups.size(), 1u);
+    EXPECT_EQ(ui.popups[0].first.translatedText, "复制的文字");
+}
+
+TEST_F(AppDelegateTest, TerminationRemovesOnlyTheHotkeyObserver) {
+    settings.setClipboardMonitorEnabled(true);
+    launch();
+    delegate->applicationWillTerminate();
+    settings.setTranslateSelectedTextHotkey({0, 0x1000});
+    loop.runPending();
+    EXPECT_TRUE(monitor.isRunning());
+    EXPECT_EQ(platform.shortcutsBackend.grabs().size(), 4u);
+    EXPECT_TRUE(press(0, kOption));  // still the old registration
+
+    ui.chosen(MenuCommand::terminate);
+    EXPECT_EQ(ui.quits, 1);
+}
+
+TEST_F(AppDelegateTest, ActionsPostedBeforeTheDelegateWentAwayDoNothing) {
+    launch();
+    platform.shortcutsBackend.press(17, kOption);
+    delegate.reset();
+    EXPECT_EQ(AppDelegate::shared(), nullptr);
+    loop.advance(1s);
+    EXPECT_EQ(ui.directWindowShown, 0);
+}
+
+}  // namespace
+}  // namespace tavi

@@ -1,1 +1,20 @@
-# The tray application: Qt Widgets shell and the desktop backends.
+# The tray application: the Qt Widgets shell and the desktop backends. Only
+# this executable links the GUI libraries; the tavi command runs it.
+find_package(Qt6 REQUIRED COMPONENTS Gui Widgets Svg)
+pkg_check_modules(XCB REQUIRED IMPORTED_TARGET
+  xcb xcb-xfixes xcb-xinput xcb-xtest xcb-xkb xcb-randr xkbcommon xkbcommon-x11)
+
+file(GLOB TAVI_X11_SOURCES CONFIGURE_DEPENDS src/platform/x11/*.cpp)
+add_library(tavi_platform_x11 STATIC ${TAVI_X11_SOURCES} src/platform/DesktopPlatform.cpp)
+target_link_libraries(tavi_platform_x11 PUBLIC tavi_core PkgConfig::XCB)
+
+set(CMAKE_AUTOMOC ON)
+file(GLOB TAVI_SHELL_SOURCES CONFIGURE_DEPENDS src/app/*.cpp)
+list(REMOVE_ITEM TAVI_SHELL_SOURCES
+  ${CMAKE_SOURCE_DIR}/src/app/AppDelegate.cpp
+  ${CMAKE_SOURCE_DIR}/src/app/PopupPlacement.cpp
+  ${CMAKE_SOURCE_DIR}/src/app/StatusMenu.cpp)
+qt_add_executable(tavi-tray ${TAVI_SHELL_SOURCES})
+qt_add_resources(tavi-tray tavi_icons PREFIX "/icons" BASE resources/icons FILES resources/icons/org.morvel.Tavi.svg)
+target_link_libraries(tavi-tray PRIVATE tavi_app_logic tavi_platform_x11 tavi_qt Qt6::Widgets Qt6::Svg)
+target_compile_definitions(tavi-tray PRIVATE TAVI_VERSION="${PROJECT_VERSION}")

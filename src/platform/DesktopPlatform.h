@@ -1,7 +1,9 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "platform/Clipboard.h"
 #include "platform/GlobalShortcuts.h"
@@ -39,7 +41,8 @@ struct DesktopPlatformResult {
     std::string failure;  // why none could be opened, in one line for the user
 };
 
-// Picks the backend for the session Tavi runs in.
-DesktopPlatformResult openDesktopPlatform(EventLoop& loop);
+// Picks the backend for the session Tavi runs in. Backends write what the
+// user may need to know (a hotkey another program holds, ...) to `log`.
+DesktopPlatformResult openDesktopPlatform(EventLoop& loop, std::function<void(std::string_view)> log);
 
 }  // namespace tavi

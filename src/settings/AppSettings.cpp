@@ -3,6 +3,7 @@
 #include <type_traits>
 #include <utility>
 #include <variant>
+#include <vector>
 
 #include "settings/HotkeyModel.h"
 #include "settings/SettingsLookup.h"
@@ -99,13 +100,39 @@ const SettingDescriptor* findSettingDescriptor(std::string_view key) {
 }
 
 AppSettings::AppSettings(SettingsStore& store, NotificationCenter& center) : store_(store), center_(center) {
+    values_ = loadAll();
+}
+
+AppSettingsValues AppSettings::loadAll() {
+    AppSettingsValues values;
     // Declaration order covers the creation order that matters: the provider
     // first (with its migration), the hotkeys last in action order.
-    for (const SettingDescriptor& descriptor : settingDescriptors()) load(descriptor, store_, values_);
-    if (values_.activeProviderID == kRemovedProviderID) {
-        values_.activeProviderID = AppSettingsValues{}.activeProviderID;
-        store_.setValue("activeProviderID", storedForm(values_.activeProviderID));
+    for (const SettingDescriptor& descriptor : settingDescriptors()) load(descriptor, store_, values);
+    if (values.activeProviderID == kRemovedProviderID) {
+        values.activeProviderID = AppSettingsValues{}.activeProviderID;
+        store_.setValue("activeProviderID", storedForm(values.activeProviderID));
     }
+    return values;
+}
+
+void AppSettings::reloadFromStore() {
+    store_.reload();
+    AppSettingsValues fresh = loadAll();
+    std::vector<std::string_view> changed;
+    bool hotkeyChanged = false;
+    for (const SettingDescriptor& descriptor : settingDescriptors()) {
+        std::visit(
+            [&](const auto& property) {
+                if (values_.*property.field == fresh.*property.field) return;
+                values_.*property.field = std::move(fresh.*property.field);
+                changed.push_back(descriptor.key);
+                using T = std::decay_t<decltype(values_.*property.field)>;
+                if constexpr (std::is_same_v<T, HotkeyShortcut>) hotkeyChanged = true;
+            },
+            descriptor.property);
+    }
+    for (std::string_view key : changed) announceChange(key);
+    if (hotkeyChanged) center_.post(hotkeysDidChange);
 }
 
 template <typename T>

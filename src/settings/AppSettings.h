@@ -19,7 +19,7 @@ namespace tavi {
 
 // Every user preference, loaded once from the settings store when created
 // and written back to it on every assignment (also when the value does not
-// change). There is no reload: what another process writes later is not seen.
+// change). What another process writes later is seen after reloadFromStore().
 //
 // Reading the store (a value that cannot be read as the property's type is
 // silently replaced by the default):
@@ -127,10 +127,17 @@ public:
     // hotkeysDidChange. Returns false (and does nothing) for an unknown key.
     bool reset(std::string_view key);
 
+    // Reads every property from the store again, for a long-running process
+    // whose settings another process (tavi config) may change. Observers hear
+    // of each value that changed, and hotkeysDidChange is posted once when a
+    // hotkey did; nothing is written back.
+    void reloadFromStore();
+
     // Why the last assignment or reset could not be saved; nothing when it was.
     std::optional<std::string> lastWriteFailure() const { return store_.lastWriteFailure(); }
 
 private:
+    AppSettingsValues loadAll();
     template <typename T>
     void assign(T AppSettingsValues::*field, std::string_view key, T value);
     void assignHotkey(HotkeyShortcut AppSettingsValues::*field, std::string_view key, HotkeyShortcut value);

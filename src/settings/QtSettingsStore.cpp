@@ -161,6 +161,14 @@ void QtSettingsStore::remove(std::string_view key) {
     persist();
 }
 
+void QtSettingsStore::reload() {
+    // A fresh QSettings reads the file as it is now (QSettings notices a
+    // replaced file by its size and time stamp).
+    settings_.reset();
+    std::error_code error;
+    if (std::filesystem::exists(file_, error)) settings_ = openSettings(file_);
+}
+
 // Makes sure the file exists with private permissions before QSettings
 // writes secrets into it. QSettings replaces the file atomically through a
 // temporary file that takes over the existing file's permissions.

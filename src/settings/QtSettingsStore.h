@@ -50,6 +50,7 @@ public:
     std::optional<StoredValue> value(std::string_view key) const override;
     void setValue(std::string_view key, const StoredValue& value) override;
     void remove(std::string_view key) override;
+    void reload() override;
 
     // Whether the last write or removal reached the file.
     bool lastWriteSucceeded() const { return lastWriteSucceeded_; }

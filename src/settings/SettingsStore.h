@@ -33,6 +33,10 @@ public:
     virtual void setValue(std::string_view key, const StoredValue& value) = 0;
     virtual void remove(std::string_view key) = 0;
 
+    // Forgets what was read, so that the next reads see the values as other
+    // processes have left them. Changes not yet saved are kept.
+    virtual void reload() {}
+
     // Why the last write or removal did not reach durable storage, in words
     // for the user; nothing when it did (or the backend keeps no files).
     virtual std::optional<std::string> lastWriteFailure() const { return std::nullopt; }

@@ -1,0 +1,13 @@
+#pragma once
+
+#include <QColor>
+#include <QIcon>
+
+namespace tavi {
+
+// The popup's button symbols, drawn in the text colour of the current theme.
+enum class PopupSymbol { copy, checkmark, close, pin, pinned };
+
+QIcon popupIcon(PopupSymbol symbol, const QColor& color);
+
+}  // namespace tavi

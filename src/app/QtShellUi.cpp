@@ -1,0 +1,36 @@
+#include "app/QtShellUi.h"
+
+#include <QCoreApplication>
+
+#include "app/Log.h"
+#include "app/TranslationPopupWindow.h"
+#include "app/TrayIcon.h"
+
+namespace tavi {
+
+QtShellUi::QtShellUi(DesktopPlatform& desktop) : desktop_(desktop) {}
+
+QtShellUi::~QtShellUi() = default;
+
+bool QtShellUi::installStatusItem(std::function<std::vector<MenuEntry>()> entries,
+                                  std::function<void(MenuCommand)> chosen) {
+    tray_ = std::make_unique<TrayIcon>(std::move(entries), std::move(chosen));
+    return tray_->show();
+}
+
+void QtShellUi::showPopup(const TranslationResult& result, Point pointer) {
+    if (!popup_) popup_ = std::make_unique<TranslationPopupWindow>(desktop_);
+    popup_->show(result, pointer);
+}
+
+void QtShellUi::showDirectTranslationWindow() {
+    logLine("The translation window is not part of this version yet.");
+}
+
+void QtShellUi::showSettingsWindow() { logLine("The settings window is not part of this version yet."); }
+
+void QtShellUi::startScreenshot() { logLine("Screenshot translation is not part of this version yet."); }
+
+void QtShellUi::quit() { QCoreApplication::quit(); }
+
+}  // namespace tavi

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <memory>
+
+#include "app/ShellUi.h"
+#include "platform/DesktopPlatform.h"
+
+namespace tavi {
+
+class TrayIcon;
+class TranslationPopupWindow;
+
+// The shell's windows on Qt Widgets, each created on first use and kept for
+// the life of the process.
+class QtShellUi final : public ShellUi {
+public:
+    explicit QtShellUi(DesktopPlatform& desktop);
+    ~QtShellUi() override;
+
+    bool installStatusItem(std::function<std::vector<MenuEntry>()> entries,
+                           std::function<void(MenuCommand)> chosen) override;
+    void showPopup(const TranslationResult& result, Point pointer) override;
+    void showDirectTranslationWindow() override;
+    void showSettingsWindow() override;
+    void startScreenshot() override;
+    void quit() override;
+
+private:
+    DesktopPlatform& desktop_;
+    std::unique_ptr<TrayIcon> tray_;
+    std::unique_ptr<TranslationPopupWindow> popup_;
+};
+
+}  // namespace tavi

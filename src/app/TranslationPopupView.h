@@ -1,0 +1,64 @@
+#pragma once
+
+#include <QWidget>
+
+#include <functional>
+#include <string>
+
+#include "core/TranslationResult.h"
+
+class QLabel;
+class QScrollArea;
+class QToolButton;
+
+namespace tavi {
+
+// The popup's content: a header with the service, the languages and the
+// buttons; below a divider the translation, large and selectable, then the
+// source text. Long texts scroll.
+class TranslationPopupView final : public QWidget {
+public:
+    struct Actions {
+        std::function<void(bool pinned)> onPin;
+        std::function<void()> onClose;
+        // Puts the translated text on the clipboard.
+        std::function<void(const std::string& text)> onCopy;
+    };
+
+    explicit TranslationPopupView(QWidget* parent = nullptr);
+
+    // Shows `result`; the pin and the copy confirmation start afresh.
+    void setResult(const TranslationResult& result, Actions actions);
+
+    bool isPinned() const { return isPinned_; }
+    bool copied() const { return copied_; }
+
+    // How the languages read in the header: "英语 → 中文（简体）", with the
+    // detected language for automatic detection: "自动检测（英语）→ 日语".
+    static QString languageLine(const TranslationResult& result);
+
+private:
+    void applyTheme();
+    void copy();
+    void setCopied(bool copied);
+    void togglePin();
+
+    TranslationResult result_;
+    Actions actions_;
+    bool isPinned_ = false;
+    bool copied_ = false;
+    int copyGeneration_ = 0;
+
+    QLabel* provider_;
+    QLabel* languages_;
+    QLabel* translated_;
+    QLabel* sourceCaption_;
+    QLabel* source_;
+    QScrollArea* scroll_;
+    QToolButton* pin_;
+    QToolButton* copy_;
+    QToolButton* close_;
+    QColor textColor_;
+};
+
+}  // namespace tavi

@@ -1,0 +1,155 @@
+#include "app/TranslationPopupWindow.h"
+
+#include <QCloseEvent>
+#include <QGuiApplication>
+#include <QPainter>
+#include <QPainterPath>
+#include <QPointer>
+#include <QPropertyAnimation>
+#include <QScreen>
+#include <QVBoxLayout>
+
+#include "app/PopupPlacement.h"
+#include "app/TranslationPopupView.h"
+
+namespace tavi {
+namespace {
+
+constexpr qreal kCornerRadius = 12;
+
+}  // namespace
+
+TranslationPopupWindow::TranslationPopupWindow(DesktopPlatform& desktop)
+    : QWidget(nullptr, Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint),
+      desktop_(desktop),
+      view_(new TranslationPopupView(this)),
+      fade_(new QPropertyAnimation(this, "windowOpacity", this)),
+      rounded_(desktop.hasCompositor()) {
+    setObjectName(QStringLiteral("translationPopup"));
+    setWindowTitle(QStringLiteral("Tavi"));
+    setAccessibleName(QStringLiteral("Tavi 翻译结果"));
+    // Shown without activation: the application the user works in keeps
+    // the keyboard focus.
+    setAttribute(Qt::WA_ShowWithoutActivating);
+    // Only a compositor draws the transparent corners; without one they
+    // would come out black, so the panel stays square.
+    setAttribute(Qt::WA_TranslucentBackground, rounded_);
+    setFixedSize(kSize.width, kSize.height);
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(1, 1, 1, 1);
+    layout->addWidget(view_);
+
+    fade_->setDuration(kFadeMs);
+    connect(fade_, &QPropertyAnimation::finished, this, [this] {
+        if (!fadingOut_) return;
+        fadingOut_ = false;
+        hide();
+        setWindowOpacity(1.0);
+    });
+}
+
+TranslationPopupWindow::~TranslationPopupWindow() = default;
+
+void TranslationPopupWindow::show(const TranslationResult& result, Point pointer) {
+    QPointer<TranslationPopupWindow> weak(this);
+    view_->setResult(result, {
+                                 [](bool) {},  // pinning changes only the button
+                                 [weak] {
+                                     if (weak) weak->dismiss();
+                                 },
+                                 [this](const std::string& text) {
+                                     desktop_.clipboard().clear();
+                                     desktop_.clipboard().writeText(text);
+                                 },
+                             });
+    place(pointer);
+    if (!isVisible() || fadingOut_) {
+        fade_->stop();
+        const bool wasShown = isVisible();
+        fadingOut_ = false;
+        if (!wasShown) {
+            setWindowOpacity(0.0);
+            QWidget::show();
+            fade_->setStartValue(0.0);
+            fade_->setEndValue(1.0);
+            fade_->start();
+        } else {
+            setWindowOpacity(1.0);  // a fade-out was under way: stay
+        }
+        raise();
+    }
+    watchOutsideClicks();
+}
+
+void TranslationPopupWindow::place(Point pointer) {
+    const std::optional<Point> origin = popupOrigin(pointer, kSize, desktop_.screens().screens());
+    if (!origin) {
+        if (const QScreen* screen = QGuiApplication::primaryScreen()) {
+            QRect centred(QPoint(), size());
+            centred.moveCenter(screen->availableGeometry().center());
+            move(centred.topLeft());
+        }
+        return;
+    }
+    move(desktopToQt({origin->x, origin->y, kSize.width, kSize.height}).topLeft());
+}
+
+QRect TranslationPopupWindow::desktopToQt(const Rect& rect) const {
+    // Qt places windows in device-independent pixels.
+    const qreal ratio = devicePixelRatioF() > 0 ? devicePixelRatioF() : 1.0;
+    return QRect(qRound(rect.x / ratio), qRound(rect.y / ratio), qRound(rect.width / ratio),
+                 qRound(rect.height / ratio));
+}
+
+void TranslationPopupWindow::dismiss() {
+    outsideClickMonitor_.cancel();
+    if (!isVisible() || fadingOut_) return;
+    fadingOut_ = true;
+    fade_->stop();
+    fade_->setStartValue(windowOpacity());
+    fade_->setEndValue(0.0);
+    fade_->start();
+}
+
+void TranslationPopupWindow::watchOutsideClicks() {
+    outsideClickMonitor_.cancel();
+    QPointer<TranslationPopupWindow> weak(this);
+    outsideClickMonitor_ = desktop_.mouseDownMonitor().watch([weak](Point at) {
+        if (weak) weak->outsideClick(at);
+    });
+}
+
+void TranslationPopupWindow::outsideClick(Point at) {
+    if (!isVisible()) return;
+    // Where the X server has the window, not Qt: Qt's idea of a frameless
+    // tool window's position can be stale after the window manager moved it.
+    const std::optional<Rect> frame = desktop_.screens().windowFrame(static_cast<NativeWindowId>(winId()));
+    const QRect qtFrame = frameGeometry();
+    const Rect where = frame.value_or(Rect{qtFrame.x(), qtFrame.y(), qtFrame.width(), qtFrame.height()});
+    if (where.contains(at)) return;
+    QMetaObject::invokeMethod(this, [weak = QPointer<TranslationPopupWindow>(this)] {
+        if (weak) weak->dismiss();
+    }, Qt::QueuedConnection);
+}
+
+void TranslationPopupWindow::paintEvent(QPaintEvent*) {
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    const QColor background = palette().color(QPalette::Window);
+    const bool dark = background.lightness() < 128;
+    const QColor card = dark ? QColor(0x2A, 0x2A, 0x2E) : QColor(0xFF, 0xFF, 0xFF);
+    const QColor border = dark ? QColor(255, 255, 255, 40) : QColor(0, 0, 0, 46);
+    const QRectF bounds = QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5);
+    painter.setPen(QPen(border, 1));
+    painter.setBrush(card);
+    if (rounded_) painter.drawRoundedRect(bounds, kCornerRadius, kCornerRadius);
+    else painter.drawRect(bounds);
+}
+
+void TranslationPopupWindow::closeEvent(QCloseEvent* event) {
+    // Any request to close fades out the same way.
+    event->ignore();
+    dismiss();
+}
+
+}  // namespace tavi

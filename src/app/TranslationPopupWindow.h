@@ -1,0 +1,52 @@
+#pragma once
+
+#include <QWidget>
+
+#include "core/Subscription.h"
+#include "core/TranslationResult.h"
+#include "platform/DesktopPlatform.h"
+
+class QPropertyAnimation;
+
+namespace tavi {
+
+class TranslationPopupView;
+
+// The floating panel every translation is shown in. It opens next to the
+// pointer without taking the focus from the application the user works in,
+// fades in and out, and closes at the next left or right click outside it,
+// pinned or not.
+class TranslationPopupWindow final : public QWidget {
+public:
+    static constexpr Size kSize{400, 300};
+    static constexpr int kFadeMs = 150;
+
+    explicit TranslationPopupWindow(DesktopPlatform& desktop);
+    ~TranslationPopupWindow() override;
+
+    // Shows `result` next to `pointer` (desktop pixels). A popup already
+    // shown is refilled and moved without fading.
+    void show(const TranslationResult& result, Point pointer);
+    void dismiss();
+
+    TranslationPopupView& view() const { return *view_; }
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+    void closeEvent(QCloseEvent* event) override;
+
+private:
+    void place(Point pointer);
+    void watchOutsideClicks();
+    void outsideClick(Point at);
+    QRect desktopToQt(const Rect& rect) const;
+
+    DesktopPlatform& desktop_;
+    TranslationPopupView* view_;
+    QPropertyAnimation* fade_;
+    bool fadingOut_ = false;
+    bool rounded_;
+    Subscription outsideClickMonitor_;
+};
+
+}  // namespace tavi

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <QObject>
+
+#include <functional>
+#include <memory>
+#include <vector>
+
+#include "app/StatusMenu.h"
+
+class QMenu;
+class QSystemTrayIcon;
+
+namespace tavi {
+
+// Tavi's icon in the tray: a StatusNotifierItem where the desktop has a
+// watcher, an XEmbed icon otherwise. Its menu is built afresh each time it
+// opens.
+class TrayIcon final : public QObject {
+public:
+    TrayIcon(std::function<std::vector<MenuEntry>()> entries, std::function<void(MenuCommand)> chosen);
+    ~TrayIcon() override;
+
+    // False when the desktop has no tray at all.
+    bool show();
+
+private:
+    void rebuildMenu();
+
+    std::function<std::vector<MenuEntry>()> entries_;
+    std::function<void(MenuCommand)> chosen_;
+    std::unique_ptr<QMenu> menu_;
+    std::unique_ptr<QSystemTrayIcon> icon_;
+};
+
+}  // namespace tavi

@@ -1,0 +1,105 @@
+// The tray application: what `tavi` with no arguments runs.
+
+#include <QApplication>
+#include <QSocketNotifier>
+#include <QTimer>
+
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+
+#include "app/AppDelegate.h"
+#include "app/Log.h"
+#include "app/QtEventLoop.h"
+#include "app/QtShellUi.h"
+#include "app/SettingsFileWatcher.h"
+#include "core/CurlHttpClient.h"
+#include "core/ThreadPool.h"
+#include "settings/AppSettings.h"
+#include "settings/HotkeyModel.h"
+#include "settings/QtSettingsStore.h"
+
+namespace {
+
+int signalPipe[2] = {-1, -1};
+
+void onTerminationSignal(int) {
+    const char byte = 1;
+    [[maybe_unused]] auto written = ::write(signalPipe[1], &byte, 1);
+}
+
+// SIGTERM and SIGINT end the application the way its menu does.
+void quitOnTerminationSignals(QObject* context) {
+    if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, signalPipe) != 0) return;
+    auto* notifier = new QSocketNotifier(signalPipe[0], QSocketNotifier::Read, context);
+    QObject::connect(notifier, &QSocketNotifier::activated, context, [] { QCoreApplication::quit(); });
+    struct sigaction action {};
+    action.sa_handler = onTerminationSignal;
+    sigemptyset(&action.sa_mask);
+    action.sa_flags = SA_RESTART;
+    sigaction(SIGTERM, &action, nullptr);
+    sigaction(SIGINT, &action, nullptr);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    using namespace tavi;
+    std::signal(SIGPIPE, SIG_IGN);
+
+    // Hotkeys, selections and window positions all go through X11: Tavi's
+    // windows must be X11 windows too, on XWayland where the session is
+    // Wayland.
+    const char* display = std::getenv("DISPLAY");
+    if (!display || !*display) {
+        const char* wayland = std::getenv("WAYLAND_DISPLAY");
+        std::fprintf(stderr, "tavi: %s\n",
+                     wayland && *wayland
+                         ? "这个 Wayland 会话没有 XWayland（DISPLAY 未设置），托盘程序目前需要 X11 或 XWayland；"
+                           "命令行子命令仍可使用"
+                         : "没有图形桌面（DISPLAY 未设置），托盘程序无法启动；命令行子命令仍可使用");
+        return 1;
+    }
+    qputenv("QT_QPA_PLATFORM", "xcb");
+
+    QApplication application(argc, argv);
+    QApplication::setApplicationName(QStringLiteral("Tavi"));
+    QApplication::setDesktopFileName(QStringLiteral("org.morvel.Tavi"));
+    QApplication::setQuitOnLastWindowClosed(false);
+    quitOnTerminationSignals(&application);
+
+    QtEventLoop loop;
+    DesktopPlatformResult opened = openDesktopPlatform(loop, logLine);
+    if (!opened.platform) {
+        std::fprintf(stderr, "tavi: %s\n", opened.failure.c_str());
+        return 1;
+    }
+    DesktopPlatform& desktop = *opened.platform;
+    setKeyboardLayoutKeyName([&desktop](std::uint32_t keyCode) { return desktop.keyboardLayout().keyName(keyCode); });
+
+    AppSettings& settings = AppSettings::shared();
+    ThreadPool background(2);
+    TranslationService::installShared({[&settings]() -> const AppSettingsValues& { return settings.values(); },
+                                       CurlHttpClient::shared(), loop, background});
+    HotkeyManager hotkeys(desktop.shortcuts());
+    ClipboardMonitor clipboardMonitor(desktop.clipboard(), loop,
+                                      [&settings]() -> const AppSettingsValues& { return settings.values(); },
+                                      [](std::string text) {
+                                          if (AppDelegate* delegate = AppDelegate::shared())
+                                              delegate->translateAndShow(std::move(text));
+                                      });
+    SelectedTextCapture capture(desktop.selection(), desktop.clipboard(), desktop.keySender(), loop);
+    QtShellUi ui(desktop);
+    AppDelegate delegate({settings, NotificationCenter::defaultCenter(), TranslationService::shared(), hotkeys,
+                          clipboardMonitor, capture, desktop.screens(), loop, ui, logLine, {}});
+    SettingsFileWatcher settingsWatcher(QtSettingsStore::defaultFilePath(), [&settings] { settings.reloadFromStore(); });
+
+    QTimer::singleShot(0, &application, [&delegate] { delegate.applicationDidFinishLaunching(); });
+    const int status = QApplication::exec();
+    delegate.applicationWillTerminate();
+    setKeyboardLayoutKeyName(nullptr);
+    return status;
+}

@@ -1,0 +1,63 @@
+#include "platform/x11/X11KeySender.h"
+
+#include <xcb/xtest.h>
+#include <xkbcommon/xkbcommon-keysyms.h>
+
+#include <chrono>
+
+#include "platform/x11/KeyPositions.h"
+
+namespace tavi::x11 {
+namespace {
+
+using namespace std::chrono_literals;
+
+// How long the user may keep the hotkey's key down before Tavi lets go of
+// the keyboard grab X gave it, so that the copy reaches the focused window.
+constexpr EventLoop::Duration kHotkeyReleaseBound = 600ms;
+constexpr std::uint32_t kPositionOfC = 8;
+
+}  // namespace
+
+X11KeySender::X11KeySender(X11Connection& connection, X11Keyboard& keyboard, X11Shortcuts& shortcuts)
+    : connection_(connection), keyboard_(keyboard), shortcuts_(shortcuts) {
+    const xcb_query_extension_reply_t* xtest = xcb_get_extension_data(connection_.raw(), &xcb_test_id);
+    available_ = xtest && xtest->present;
+    if (!available_) connection_.log()("The X server has no XTest extension: selected text can only be read from PRIMARY.");
+}
+
+void X11KeySender::sendCopy(std::function<void()> sent) {
+    // While the hotkey's key is down, X sends every key to Tavi: wait for it.
+    shortcuts_.whenKeysReleased(kHotkeyReleaseBound, [this, sent = std::move(sent)] {
+        if (available_) typeCopy();
+        connection_.loop().post(sent);
+    });
+}
+
+void X11KeySender::typeCopy() {
+    xcb_connection_t* c = connection_.raw();
+    const auto fake = [&](std::uint8_t type, std::uint8_t key) {
+        xcb_test_fake_input(c, type, key, XCB_CURRENT_TIME, XCB_WINDOW_NONE, 0, 0, 0);
+    };
+    // Modifiers still held (the hotkey's own, typically) would turn Control+C
+    // into another combination: lift them first.
+    auto keymap = connection_.reply<xcb_query_keymap_reply_t>(xcb_query_keymap_reply, xcb_query_keymap(c));
+    const ModifierMasks& masks = keyboard_.masks();
+    const auto held = [&](std::uint8_t key) { return keymap && (keymap->keys[key / 8] & (1 << (key % 8))); };
+    for (std::uint8_t key : keyboard_.modifierKeys(masks.significant()))
+        if (held(key)) fake(XCB_KEY_RELEASE, key);
+
+    const std::optional<std::uint8_t> control = keyboard_.keyCodeFor(XKB_KEY_Control_L);
+    // The key that types "c" in the current layout; the ANSI position of C
+    // where no key does (Control+C is usually matched by key symbol).
+    std::optional<std::uint8_t> letter = keyboard_.keyCodeFor(XKB_KEY_c);
+    if (!letter) letter = xKeyCodeForPosition(kPositionOfC);
+    if (!control || !letter) return;
+    fake(XCB_KEY_PRESS, *control);
+    fake(XCB_KEY_PRESS, *letter);
+    fake(XCB_KEY_RELEASE, *letter);
+    fake(XCB_KEY_RELEASE, *control);
+    connection_.flush();
+}
+
+}  // namespace tavi::x11

@@ -1,0 +1,16 @@
+#include "platform/x11/X11Platform.h"
+
+namespace tavi::x11 {
+
+X11Platform::X11Platform(std::unique_ptr<X11Connection> connection)
+    : connection_(std::move(connection)),
+      keyboard_(*connection_),
+      shortcuts_(*connection_, keyboard_),
+      selections_(*connection_),
+      clipboard_(*connection_, selections_),
+      primary_(*connection_, selections_),
+      keySender_(*connection_, keyboard_, shortcuts_),
+      screens_(*connection_),
+      mouse_(*connection_) {}
+
+}  // namespace tavi::x11

@@ -1,0 +1,42 @@
+#pragma once
+
+#include "platform/MouseDownMonitor.h"
+#include "platform/Screens.h"
+#include "platform/x11/X11Connection.h"
+
+namespace tavi::x11 {
+
+// Monitors from RandR, their free areas from the window manager's work area,
+// and positions straight from the X server.
+class X11Screens final : public Screens {
+public:
+    explicit X11Screens(X11Connection& connection);
+    std::optional<Point> pointerPosition() override;
+    std::vector<ScreenInfo> screens() override;
+    std::optional<Rect> windowFrame(NativeWindowId window) override;
+
+private:
+    std::optional<Rect> workArea();
+    X11Connection& connection_;
+    bool randr_ = false;
+};
+
+// Raw button presses on the root window through XInput 2: they arrive
+// whichever window is clicked, grabs included.
+class X11MouseDownMonitor final : public MouseDownMonitor {
+public:
+    explicit X11MouseDownMonitor(X11Connection& connection);
+    Subscription watch(std::function<void(Point)> onMouseDown) override;
+
+private:
+    void handle(const xcb_generic_event_t& event);
+    void select(bool on);
+
+    X11Connection& connection_;
+    std::uint8_t opcode_ = 0;
+    bool available_ = false;
+    ObserverList<Point> watchers_;
+    Subscription events_;
+};
+
+}  // namespace tavi::x11

@@ -1,0 +1,123 @@
+// Pieces of a headless desktop for the desktop tests, started by
+// run-desktop.sh:
+//   tavi-desktop-helper wait-wm SECONDS   exits 0 once the window manager manages new windows
+//   tavi-desktop-helper sni-watcher       serves a StatusNotifierWatcher on the session bus
+//   tavi-desktop-helper wait-bus-name NAME SECONDS   exits 0 once NAME has an owner on the session bus
+
+#include <QCoreApplication>
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
+#include <QDBusServiceWatcher>
+#include <QTimer>
+#include <QDBusMessage>
+
+#include <xcb/xcb.h>
+
+#include <poll.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include "SniWatcher.h"
+
+namespace tavi::test {
+
+SniWatcher::SniWatcher(QObject* parent) : QDBusAbstractAdaptor(parent) {}
+
+void SniWatcher::RegisterStatusNotifierItem(const QString& service) {
+    // Qt registers with its unique bus name; the item lives at /StatusNotifierItem.
+    QString name = service;
+    if (name.isEmpty()) name = QDBusConnection::sessionBus().baseService();
+    if (!items_.contains(name)) items_.append(name);
+    emit StatusNotifierItemRegistered(name);
+    std::printf("registered %s\n", name.toUtf8().constData());
+    std::fflush(stdout);
+}
+
+void SniWatcher::RegisterStatusNotifierHost(const QString&) { emit StatusNotifierHostRegistered(); }
+
+}  // namespace tavi::test
+
+namespace {
+
+int runWatcher(int argc, char** argv) {
+    QCoreApplication application(argc, argv);
+    QObject root;
+    new tavi::test::SniWatcher(&root);
+    QDBusConnection bus = QDBusConnection::sessionBus();
+    if (!bus.registerObject(QStringLiteral("/StatusNotifierWatcher"), &root,
+                            QDBusConnection::ExportAdaptors) ||
+        !bus.registerService(QStringLiteral("org.kde.StatusNotifierWatcher"))) {
+        std::fprintf(stderr, "sni-watcher: cannot register on the session bus\n");
+        return 1;
+    }
+    std::printf("ready\n");
+    std::fflush(stdout);
+    return QCoreApplication::exec();
+}
+
+// Maps a probe window and waits for the window manager to give it WM_STATE:
+// until then, a window mapped may stay unmapped.
+int waitForWindowManager(double seconds) {
+    xcb_connection_t* c = xcb_connect(nullptr, nullptr);
+    if (xcb_connection_has_error(c)) return 2;
+    xcb_screen_t* screen = xcb_setup_roots_iterator(xcb_get_setup(c)).data;
+    const char name[] = "WM_STATE";
+    xcb_intern_atom_reply_t* atom = xcb_intern_atom_reply(c, xcb_intern_atom(c, 0, sizeof name - 1, name), nullptr);
+    const xcb_atom_t wmState = atom ? atom->atom : 0;
+    std::free(atom);
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(static_cast<long>(seconds * 1000));
+    int status = 1;
+    while (status != 0 && std::chrono::steady_clock::now() < deadline) {
+        const xcb_window_t window = xcb_generate_id(c);
+        const std::uint32_t mask = XCB_EVENT_MASK_PROPERTY_CHANGE;
+        xcb_create_window(c, XCB_COPY_FROM_PARENT, window, screen->root, 0, 0, 10, 10, 0,
+                          XCB_WINDOW_CLASS_INPUT_OUTPUT, screen->root_visual, XCB_CW_EVENT_MASK, &mask);
+        xcb_map_window(c, window);
+        xcb_flush(c);
+        // A window mapped before the manager was ready stays unmanaged: try
+        // again with a fresh one every half second.
+        const auto retry = std::chrono::steady_clock::now() + std::chrono::milliseconds(500);
+        while (status != 0 && std::chrono::steady_clock::now() < std::min(retry, deadline)) {
+            pollfd fd{xcb_get_file_descriptor(c), POLLIN, 0};
+            poll(&fd, 1, 50);
+            while (xcb_generic_event_t* event = xcb_poll_for_event(c)) {
+                if ((event->response_type & 0x7F) == XCB_PROPERTY_NOTIFY &&
+                    reinterpret_cast<xcb_property_notify_event_t*>(event)->atom == wmState)
+                    status = 0;
+                std::free(event);
+            }
+        }
+        xcb_destroy_window(c, window);
+        xcb_flush(c);
+    }
+    xcb_disconnect(c);
+    return status;
+}
+
+int waitForBusName(int argc, char** argv, const QString& name, double seconds) {
+    QCoreApplication application(argc, argv);
+    QDBusConnection bus = QDBusConnection::sessionBus();
+    if (!bus.isConnected()) return 2;
+    QDBusServiceWatcher watcher(name, bus, QDBusServiceWatcher::WatchForRegistration);
+    QObject::connect(&watcher, &QDBusServiceWatcher::serviceRegistered, [] { QCoreApplication::exit(0); });
+    QTimer::singleShot(static_cast<int>(seconds * 1000), [] { QCoreApplication::exit(1); });
+    // Asked after the watcher is in place, so that a registration in between is not missed.
+    if (bus.interface()->isServiceRegistered(name)) return 0;
+    return QCoreApplication::exec();
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (argc >= 2 && std::strcmp(argv[1], "sni-watcher") == 0) return runWatcher(argc, argv);
+    if (argc >= 4 && std::strcmp(argv[1], "wait-bus-name") == 0)
+        return waitForBusName(argc, argv, QString::fromLocal8Bit(argv[2]), std::atof(argv[3]));
+    if (argc >= 3 && std::strcmp(argv[1], "wait-wm") == 0) return waitForWindowManager(std::atof(argv[2]));
+    std::fprintf(stderr, "usage: tavi-desktop-helper wait-wm SECONDS | sni-watcher | wait-bus-name NAME SECONDS\n");
+    return 2;
+}

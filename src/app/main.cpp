@@ -50,19 +50,14 @@ int main(int argc, char** argv) {
     using namespace tavi;
     std::signal(SIGPIPE, SIG_IGN);
 
+    // Qt cannot start without a display and would abort: say what is missing instead.
+    if (std::optional<std::string> why = desktopUnavailable()) {
+        std::fprintf(stderr, "tavi: %s\n", why->c_str());
+        return 1;
+    }
     // Hotkeys, selections and window positions all go through X11: Tavi's
     // windows must be X11 windows too, on XWayland where the session is
     // Wayland.
-    const char* display = std::getenv("DISPLAY");
-    if (!display || !*display) {
-        const char* wayland = std::getenv("WAYLAND_DISPLAY");
-        std::fprintf(stderr, "tavi: %s\n",
-                     wayland && *wayland
-                         ? "这个 Wayland 会话没有 XWayland（DISPLAY 未设置），托盘程序目前需要 X11 或 XWayland；"
-                           "命令行子命令仍可使用"
-                         : "没有图形桌面（DISPLAY 未设置），托盘程序无法启动；命令行子命令仍可使用");
-        return 1;
-    }
     qputenv("QT_QPA_PLATFORM", "xcb");
 
     QApplication application(argc, argv);

@@ -16,6 +16,10 @@ int runTranslate(const Arguments& args);
 int runConfig(const Arguments& args);
 int runProviders(const Arguments& args);
 
+// Replaces this process with the tray application; returns only when it
+// cannot be started.
+int runTrayApplication(const char* argv0);
+
 // Prints "tavi: <message>" and a pointer to --help on standard error.
 int usageError(const std::string& message);
 

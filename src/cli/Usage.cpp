@@ -8,6 +8,8 @@ std::string helpText() {
     return R"(tavi：划词、复制、截图与输入翻译工具
 
 用法：
+  tavi                         启动托盘程序（需要 X11 桌面；Wayland 会话经由 XWayland）：
+                               托盘菜单、全局快捷键、划词与复制翻译、鼠标旁的翻译浮窗
   tavi translate [--provider ID] [--from CODE] [--to CODE] [--json] [TEXT...]
       翻译 TEXT（各词以一个空格连接）；没有 TEXT 或 TEXT 为 "-" 时读取标准输入。
       文本两端的空白和换行会被去掉。--provider、--from、--to 只对本次翻译生效，
@@ -23,6 +25,7 @@ std::string helpText() {
   tavi --version               显示版本
 
 退出码：0 成功；1 翻译失败、设置被拒绝或无法保存；2 命令行用法错误。
+托盘程序在用户退出时返回 0，无法启动（没有图形桌面）时返回 1。
 
 设置保存在 $XDG_CONFIG_HOME/tavi/tavi.conf（仅本人可读写）。
 环境变量 TAVI_CONNECT_TO（HOST:PORT:CONNECT_HOST:CONNECT_PORT，逗号分隔）和

@@ -17,8 +17,8 @@ int main(int argc, char** argv) {
 
     const Arguments args(argv + 1, argv + argc);
     try {
-        // Until the tray application exists, a bare "tavi" explains itself.
-        if (args.empty() || args[0] == "--help" || args[0] == "-h" || args[0] == "help") {
+        if (args.empty()) return runTrayApplication(argv[0]);
+        if (args[0] == "--help" || args[0] == "-h" || args[0] == "help") {
             std::fputs(helpText().c_str(), stdout);
             return kExitOk;
         }

@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -40,6 +41,10 @@ struct DesktopPlatformResult {
     std::unique_ptr<DesktopPlatform> platform;
     std::string failure;  // why none could be opened, in one line for the user
 };
+
+// Why no desktop backend can start in this session, in one line for the
+// user; nothing when one can. Cheap enough to ask before any window exists.
+std::optional<std::string> desktopUnavailable();
 
 // Picks the backend for the session Tavi runs in. Backends write what the
 // user may need to know (a hotkey another program holds, ...) to `log`.

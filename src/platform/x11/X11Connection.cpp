@@ -10,9 +10,8 @@ std::unique_ptr<X11Connection> X11Connection::open(EventLoop& loop, Log log, std
     if (const int error = xcb_connection_has_error(connection)) {
         xcb_disconnect(connection);
         const char* display = std::getenv("DISPLAY");
-        why = display && *display ? "无法连接到 X 显示服务器 " + std::string(display) + "（错误 " +
-                                        std::to_string(error) + "）"
-                                  : "没有可用的 X 显示服务器（DISPLAY 未设置）";
+        why = "无法连接到 X 显示服务器 " + std::string(display ? display : "") + "（xcb 错误 " +
+              std::to_string(error) + "）";
         return nullptr;
     }
     return std::unique_ptr<X11Connection>(new X11Connection(loop, std::move(log), connection, screenNumber));

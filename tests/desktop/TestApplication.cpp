@@ -1,0 +1,159 @@
+#include "TestApplication.h"
+
+#include <poll.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <stdexcept>
+
+namespace tavi::test {
+
+TestApplication::TestApplication() {
+    connection_ = xcb_connect(nullptr, nullptr);
+    if (xcb_connection_has_error(connection_)) throw std::runtime_error("no X server");
+    if (::pipe(wake_) != 0) throw std::runtime_error("pipe");
+    xcb_screen_t* screen = xcb_setup_roots_iterator(xcb_get_setup(connection_)).data;
+    window_ = xcb_generate_id(connection_);
+    const std::uint32_t values[] = {screen->white_pixel, XCB_EVENT_MASK_KEY_PRESS | XCB_EVENT_MASK_PROPERTY_CHANGE};
+    xcb_create_window(connection_, XCB_COPY_FROM_PARENT, window_, screen->root, 100, 100, 600, 400, 0,
+                      XCB_WINDOW_CLASS_INPUT_OUTPUT, screen->root_visual, XCB_CW_BACK_PIXEL | XCB_CW_EVENT_MASK,
+                      values);
+    const char name[] = "Test editor";
+    const char wmClass[] = "editor\0TestEditor";
+    xcb_change_property(connection_, XCB_PROP_MODE_REPLACE, window_, XCB_ATOM_WM_NAME, XCB_ATOM_STRING, 8,
+                        sizeof name - 1, name);
+    xcb_change_property(connection_, XCB_PROP_MODE_REPLACE, window_, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, 8,
+                        sizeof wmClass, wmClass);
+    xcb_map_window(connection_, window_);
+    xcb_flush(connection_);
+    thread_ = std::thread([this] { serve(); });
+}
+
+TestApplication::~TestApplication() {
+    stopping_ = true;
+    const char byte = 0;
+    [[maybe_unused]] auto written = ::write(wake_[1], &byte, 1);
+    thread_.join();
+    xcb_destroy_window(connection_, window_);
+    xcb_disconnect(connection_);
+    ::close(wake_[0]);
+    ::close(wake_[1]);
+}
+
+xcb_atom_t TestApplication::atom(const std::string& name) {
+    xcb_intern_atom_reply_t* reply = xcb_intern_atom_reply(
+        connection_, xcb_intern_atom(connection_, 0, static_cast<std::uint16_t>(name.size()), name.data()), nullptr);
+    const xcb_atom_t value = reply ? reply->atom : 0;
+    std::free(reply);
+    return value;
+}
+
+void TestApplication::setSelectedText(std::string text) {
+    std::lock_guard guard(mutex_);
+    selectedText_ = std::move(text);
+}
+
+void TestApplication::own(const std::string& selection, Targets targets) {
+    const xcb_atom_t name = atom(selection);
+    {
+        std::lock_guard guard(mutex_);
+        owned_[name] = std::move(targets);
+    }
+    xcb_set_selection_owner(connection_, window_, name, XCB_CURRENT_TIME);
+    xcb_flush(connection_);
+}
+
+bool TestApplication::owns(const std::string& selection) {
+    xcb_get_selection_owner_reply_t* reply =
+        xcb_get_selection_owner_reply(connection_, xcb_get_selection_owner(connection_, atom(selection)), nullptr);
+    const bool ours = reply && reply->owner == window_;
+    std::free(reply);
+    return ours;
+}
+
+std::vector<std::string> TestApplication::keyPresses() {
+    std::lock_guard guard(mutex_);
+    return keyPresses_;
+}
+
+void TestApplication::serve() {
+    pollfd fds[2] = {{xcb_get_file_descriptor(connection_), POLLIN, 0}, {wake_[0], POLLIN, 0}};
+    while (!stopping_) {
+        ::poll(fds, 2, 1000);
+        while (xcb_generic_event_t* event = xcb_poll_for_event(connection_)) {
+            handle(event);
+            std::free(event);
+        }
+    }
+}
+
+void TestApplication::handle(xcb_generic_event_t* event) {
+    switch (event->response_type & 0x7F) {
+    case XCB_KEY_PRESS: {
+        auto* press = reinterpret_cast<xcb_key_press_event_t*>(event);
+        {
+            std::lock_guard guard(mutex_);
+            keyPresses_.push_back(std::to_string(press->detail) + "/" + std::to_string(press->state));
+        }
+        // Control+C, and nothing else held: copy the selected text.
+        constexpr std::uint8_t kKeyC = 54;
+        if (press->detail == kKeyC && (press->state & 0xFF) == XCB_MOD_MASK_CONTROL) {
+            std::string text;
+            {
+                std::lock_guard guard(mutex_);
+                text = selectedText_;
+            }
+            ++copies_;
+            own("CLIPBOARD", {{"UTF8_STRING", text}, {"TEXT", text}});
+        }
+        return;
+    }
+    case XCB_SELECTION_CLEAR: {
+        auto* clear = reinterpret_cast<xcb_selection_clear_event_t*>(event);
+        std::lock_guard guard(mutex_);
+        owned_.erase(clear->selection);
+        return;
+    }
+    case XCB_SELECTION_REQUEST: {
+        auto* request = reinterpret_cast<xcb_selection_request_event_t*>(event);
+        bool served = false;
+        {
+            std::lock_guard guard(mutex_);
+            auto owned = owned_.find(request->selection);
+            if (owned != owned_.end()) {
+                const xcb_atom_t targetsAtom = atom("TARGETS");
+                if (request->target == targetsAtom) {
+                    std::vector<xcb_atom_t> atoms{targetsAtom};
+                    for (const auto& [name, bytes] : owned->second) atoms.push_back(atom(name));
+                    xcb_change_property(connection_, XCB_PROP_MODE_REPLACE, request->requestor, request->property,
+                                        XCB_ATOM_ATOM, 32, static_cast<std::uint32_t>(atoms.size()), atoms.data());
+                    served = true;
+                } else {
+                    for (const auto& [name, bytes] : owned->second) {
+                        if (atom(name) != request->target) continue;
+                        xcb_change_property(connection_, XCB_PROP_MODE_REPLACE, request->requestor, request->property,
+                                            request->target, 8, static_cast<std::uint32_t>(bytes.size()), bytes.data());
+                        served = true;
+                        break;
+                    }
+                }
+            }
+        }
+        xcb_selection_notify_event_t notify{};
+        notify.response_type = XCB_SELECTION_NOTIFY;
+        notify.time = request->time;
+        notify.requestor = request->requestor;
+        notify.selection = request->selection;
+        notify.target = request->target;
+        notify.property = served ? request->property : xcb_atom_t{XCB_ATOM_NONE};
+        xcb_send_event(connection_, 0, request->requestor, XCB_EVENT_MASK_NO_EVENT, reinterpret_cast<char*>(&notify));
+        xcb_flush(connection_);
+        return;
+    }
+    default:
+        return;
+    }
+}
+
+}  // namespace tavi::test

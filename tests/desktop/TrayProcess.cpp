@@ -1,0 +1,181 @@
+#include "TrayProcess.h"
+
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <fstream>
+#include <sstream>
+#include <thread>
+
+#include "TestCertificates.h"
+#include "core/Json.h"
+
+extern char** environ;
+
+namespace tavi::test {
+
+FakeChatService::FakeChatService() {
+    server_.on("POST", "/v1/chat/completions", [](const RecordedRequest& request, httplib::Response& response) {
+        const Json body = Json::parse(request.body, nullptr, false);
+        std::string text;
+        if (body.is_object() && body.contains("messages") && body["messages"].size() > 1)
+            text = body["messages"][1].value("content", "");
+        response.status = 200;
+        response.set_content(Json{{"choices", {{{"message", {{"content", "译：" + text}}}}}}}.dump(),
+                             "application/json");
+    });
+}
+
+EnvVars FakeChatService::environment() const {
+    return {{"TAVI_CONNECT_TO", server_.connectTo("api.openai.com")},
+            {"TAVI_CA_BUNDLE", TestCertificates::instance().caPath()}};
+}
+
+std::vector<std::string> FakeChatService::texts() const {
+    std::vector<std::string> texts;
+    for (const RecordedRequest& request : server_.requests()) {
+        const Json body = Json::parse(request.body, nullptr, false);
+        if (body.is_object() && body.contains("messages")) texts.push_back(body["messages"][1].value("content", ""));
+    }
+    return texts;
+}
+
+TrayProcess::TrayProcess(const EnvVars& environment, const std::vector<std::pair<std::string, std::string>>& settings)
+    : environment_(environment) {
+    for (const auto& [key, value] : settings) sandbox_.run({"config", "set", key, value});
+    logFile_ = sandbox_.configHome().parent_path() / ("tray-" + std::to_string(::getpid()) + ".log");
+    EnvVars all = environment;
+    all.emplace_back("XDG_CONFIG_HOME", sandbox_.configHome().string());
+    pid_ = ::fork();
+    if (pid_ == 0) {
+        const int log = ::open(logFile_.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+        ::dup2(log, STDERR_FILENO);
+        ::dup2(log, STDOUT_FILENO);
+        for (const auto& [name, value] : all) ::setenv(name.c_str(), value.c_str(), 1);
+        const std::string binary = TAVI_BINARY_PATH;
+        ::execl(binary.c_str(), "tavi", static_cast<char*>(nullptr));
+        ::_exit(127);
+    }
+}
+
+TrayProcess::~TrayProcess() {
+    if (!status_) waitForExit(true);
+    if (!status_) {
+        ::kill(pid_, SIGKILL);
+        ::waitpid(pid_, nullptr, 0);
+    }
+    std::error_code error;
+    std::filesystem::remove(logFile_, error);
+}
+
+std::string TrayProcess::log() const {
+    std::ifstream in(logFile_);
+    std::stringstream text;
+    text << in.rdbuf();
+    return text.str();
+}
+
+CliResult TrayProcess::tavi(const std::vector<std::string>& args) const { return sandbox_.run(args, "", environment_); }
+
+std::optional<int> TrayProcess::waitForExit(bool terminate, std::chrono::milliseconds bound) {
+    if (status_) return status_;
+    if (terminate) ::kill(pid_, SIGTERM);
+    const auto deadline = std::chrono::steady_clock::now() + bound;
+    while (std::chrono::steady_clock::now() < deadline) {
+        int status = 0;
+        if (::waitpid(pid_, &status, WNOHANG) == pid_) {
+            status_ = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+            return status_;
+        }
+        std::this_thread::sleep_for(10ms);
+    }
+    return std::nullopt;
+}
+
+namespace {
+
+CliResult dbusSend(const std::vector<std::string>& args) {
+    std::vector<std::string> all{"--session", "--print-reply=literal"};
+    all.insert(all.end(), args.begin(), args.end());
+    return runProgram("/usr/bin/dbus-send", all, "", {}, 10);
+}
+
+}  // namespace
+
+std::optional<std::string> TrayProcess::trayItem() const {
+    // The watcher lists items by the unique bus name they registered with;
+    // ours is the connection whose process is this one.
+    const CliResult items = dbusSend({"--dest=org.kde.StatusNotifierWatcher", "/StatusNotifierWatcher",
+                                      "org.freedesktop.DBus.Properties.Get",
+                                      "string:org.kde.StatusNotifierWatcher",
+                                      "string:RegisteredStatusNotifierItems"});
+    std::istringstream words(items.out);
+    std::string word;
+    while (words >> word) {
+        if (word.rfind(":1.", 0) != 0) continue;
+        const CliResult owner = dbusSend({"--dest=org.freedesktop.DBus", "/org/freedesktop/DBus",
+                                          "org.freedesktop.DBus.GetConnectionUnixProcessID", "string:" + word});
+        if (owner.out.find("uint32 " + std::to_string(pid_)) != std::string::npos) return word;
+    }
+    return std::nullopt;
+}
+
+std::vector<TrayProcess::MenuItem> TrayProcess::readMenu() const {
+    const std::optional<std::string> item = trayItem();
+    if (!item) return {};
+    // A host announces the opening, then reads the freshly built menu.
+    dbusSend({"--dest=" + *item, "/MenuBar", "com.canonical.dbusmenu.AboutToShow", "int32:0"});
+    const CliResult layout = dbusSend({"--dest=" + *item, "/MenuBar", "com.canonical.dbusmenu.GetLayout", "int32:0",
+                                       "int32:-1", "array:string:label,type"});
+    // Literal output lists each child as "struct { int32 ID array [ dict entry( label variant LABEL ) ... ] ... }".
+    std::vector<MenuItem> menu;
+    const std::string& text = layout.out;
+    std::size_t at = text.find("array [");  // the root's own properties
+    while ((at = text.find("struct {", at)) != std::string::npos) {
+        at += 8;
+        std::istringstream fields(text.substr(at, 64));
+        std::string type;
+        int id = 0;
+        fields >> type >> id;
+        MenuItem entry{id, ""};
+        const std::size_t end = text.find("struct {", at);
+        const std::string body = text.substr(at, end == std::string::npos ? std::string::npos : end - at);
+        if (body.find("separator") != std::string::npos) {
+            entry.label = "---";
+        } else if (std::size_t label = body.find("label"); label != std::string::npos) {
+            label = body.find("variant", label);
+            if (label != std::string::npos) {
+                std::size_t begin = label + 8;
+                while (begin < body.size() && body[begin] == ' ') ++begin;
+                std::size_t stop = body.find("\n", begin);
+                std::string value = body.substr(begin, stop - begin);
+                while (!value.empty() && value.back() == ' ') value.pop_back();
+                entry.label = value;
+            }
+        }
+        menu.push_back(entry);
+    }
+    return menu;
+}
+
+std::vector<std::string> TrayProcess::menuLabels() const {
+    std::vector<std::string> labels;
+    for (const MenuItem& item : readMenu()) labels.push_back(item.label);
+    return labels;
+}
+
+bool TrayProcess::clickMenu(const std::string& label) const {
+    const std::optional<std::string> item = trayItem();
+    for (const MenuItem& entry : readMenu()) {
+        if (entry.label != label) continue;
+        const CliResult sent = dbusSend({"--dest=" + *item, "/MenuBar", "com.canonical.dbusmenu.Event",
+                                         "int32:" + std::to_string(entry.id), "string:clicked", "variant:int32:0",
+                                         "uint32:0"});
+        return sent.exitCode == 0;
+    }
+    return false;
+}
+
+}  // namespace tavi::test

@@ -1,0 +1,69 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "CliRunner.h"
+#include "FakeHttpsServer.h"
+
+namespace tavi::test {
+
+// A loopback OpenAI-compatible service that answers every chat request at
+// once with "译：" and the user's text.
+class FakeChatService {
+public:
+    FakeChatService();
+    EnvVars environment() const;  // TAVI_CONNECT_TO and TAVI_CA_BUNDLE for it
+    std::vector<std::string> texts() const;  // what was asked, in order
+    FakeHttpsServer& server() { return server_; }
+
+private:
+    FakeHttpsServer server_;
+};
+
+// `tavi` started with no arguments, as the user starts it, in a settings
+// folder of its own; its log goes to a file.
+class TrayProcess {
+public:
+    // `configure` runs `tavi config set` before the start.
+    TrayProcess(const EnvVars& environment, const std::vector<std::pair<std::string, std::string>>& settings = {});
+    ~TrayProcess();
+    TrayProcess(const TrayProcess&) = delete;
+    TrayProcess& operator=(const TrayProcess&) = delete;
+
+    pid_t pid() const { return pid_; }
+    std::string log() const;
+    // Runs `tavi` with these arguments against the same settings.
+    CliResult tavi(const std::vector<std::string>& args) const;
+    const CliSandbox& sandbox() const { return sandbox_; }
+
+    // Its StatusNotifierItem's bus name, once the tray watcher has it.
+    std::optional<std::string> trayItem() const;
+    // The menu as a tray host reads it after opening it: labels in order,
+    // "---" for separators; and the item ids, for clicking.
+    std::vector<std::string> menuLabels() const;
+    bool clickMenu(const std::string& label) const;
+
+    // Sends SIGTERM (when `terminate`) and returns the exit status, or
+    // nothing when it had not ended within the bound.
+    std::optional<int> waitForExit(bool terminate, std::chrono::milliseconds bound = 10s);
+
+private:
+    struct MenuItem {
+        int id;
+        std::string label;
+    };
+    std::vector<MenuItem> readMenu() const;
+
+    CliSandbox sandbox_;
+    std::filesystem::path logFile_;
+    EnvVars environment_;
+    pid_t pid_ = -1;
+    std::optional<int> status_;
+};
+
+}  // namespace tavi::test

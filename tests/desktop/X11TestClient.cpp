@@ -1,0 +1,160 @@
+#include "X11TestClient.h"
+
+#include <xcb/xtest.h>
+
+#include <poll.h>
+
+#include <cstdlib>
+#include <stdexcept>
+#include <thread>
+
+namespace tavi::test {
+namespace {
+
+template <typename T>
+struct Freed {
+    T* value;
+    ~Freed() { std::free(value); }
+    T* operator->() const { return value; }
+    explicit operator bool() const { return value != nullptr; }
+};
+
+}  // namespace
+
+X11TestClient::X11TestClient() {
+    connection_ = xcb_connect(nullptr, nullptr);
+    if (xcb_connection_has_error(connection_)) throw std::runtime_error("no X server (DISPLAY)");
+    root_ = xcb_setup_roots_iterator(xcb_get_setup(connection_)).data->root;
+}
+
+X11TestClient::~X11TestClient() { xcb_disconnect(connection_); }
+
+xcb_atom_t X11TestClient::atom(const std::string& name) {
+    Freed<xcb_intern_atom_reply_t> reply{xcb_intern_atom_reply(
+        connection_, xcb_intern_atom(connection_, 0, static_cast<std::uint16_t>(name.size()), name.data()), nullptr)};
+    return reply ? reply->atom : 0;
+}
+
+void X11TestClient::press(std::uint8_t key) {
+    xcb_test_fake_input(connection_, XCB_KEY_PRESS, key, XCB_CURRENT_TIME, XCB_WINDOW_NONE, 0, 0, 0);
+    xcb_flush(connection_);
+}
+
+void X11TestClient::release(std::uint8_t key) {
+    xcb_test_fake_input(connection_, XCB_KEY_RELEASE, key, XCB_CURRENT_TIME, XCB_WINDOW_NONE, 0, 0, 0);
+    xcb_flush(connection_);
+}
+
+void X11TestClient::chord(const std::vector<std::uint8_t>& keys) {
+    for (std::uint8_t key : keys) press(key);
+    for (auto it = keys.rbegin(); it != keys.rend(); ++it) release(*it);
+    // A round trip: the server has processed the presses when this returns.
+    pointer();
+}
+
+void X11TestClient::movePointer(Point to) {
+    xcb_test_fake_input(connection_, XCB_MOTION_NOTIFY, 0, XCB_CURRENT_TIME, root_, static_cast<std::int16_t>(to.x),
+                        static_cast<std::int16_t>(to.y), 0);
+    pointer();
+}
+
+void X11TestClient::click(Point at, std::uint8_t button) {
+    movePointer(at);
+    xcb_test_fake_input(connection_, XCB_BUTTON_PRESS, button, XCB_CURRENT_TIME, XCB_WINDOW_NONE, 0, 0, 0);
+    xcb_test_fake_input(connection_, XCB_BUTTON_RELEASE, button, XCB_CURRENT_TIME, XCB_WINDOW_NONE, 0, 0, 0);
+    pointer();
+}
+
+Point X11TestClient::pointer() {
+    Freed<xcb_query_pointer_reply_t> reply{
+        xcb_query_pointer_reply(connection_, xcb_query_pointer(connection_, root_), nullptr)};
+    return reply ? Point{reply->root_x, reply->root_y} : Point{};
+}
+
+xcb_window_t X11TestClient::inputFocus() {
+    Freed<xcb_get_input_focus_reply_t> reply{
+        xcb_get_input_focus_reply(connection_, xcb_get_input_focus(connection_), nullptr)};
+    return reply ? reply->focus : XCB_WINDOW_NONE;
+}
+
+std::string X11TestClient::property(xcb_window_t window, const std::string& name) {
+    Freed<xcb_get_property_reply_t> reply{xcb_get_property_reply(
+        connection_, xcb_get_property(connection_, 0, window, atom(name), XCB_GET_PROPERTY_TYPE_ANY, 0, 4096),
+        nullptr)};
+    if (!reply) return {};
+    return std::string(static_cast<const char*>(xcb_get_property_value(reply.value)),
+                       static_cast<std::size_t>(xcb_get_property_value_length(reply.value)));
+}
+
+bool X11TestClient::isViewable(xcb_window_t window) {
+    Freed<xcb_get_window_attributes_reply_t> reply{
+        xcb_get_window_attributes_reply(connection_, xcb_get_window_attributes(connection_, window), nullptr)};
+    return reply && reply->map_state == XCB_MAP_STATE_VIEWABLE;
+}
+
+std::optional<xcb_window_t> X11TestClient::findWindow(const std::string& className) {
+    // Client windows sit at the top or one level down, in the window
+    // manager's frame.
+    std::vector<xcb_window_t> pending{root_};
+    for (int depth = 0; depth < 3 && !pending.empty(); ++depth) {
+        std::vector<xcb_window_t> next;
+        for (xcb_window_t parent : pending) {
+            Freed<xcb_query_tree_reply_t> tree{
+                xcb_query_tree_reply(connection_, xcb_query_tree(connection_, parent), nullptr)};
+            if (!tree) continue;
+            const xcb_window_t* children = xcb_query_tree_children(tree.value);
+            for (int i = 0; i < xcb_query_tree_children_length(tree.value); ++i) {
+                const std::string wmClass = property(children[i], "WM_CLASS");
+                // "instance\0class\0"
+                const std::size_t split = wmClass.find('\0');
+                const std::string classPart =
+                    split == std::string::npos ? "" : wmClass.substr(split + 1, wmClass.find('\0', split + 1) - split - 1);
+                if (classPart == className && isViewable(children[i])) return children[i];
+                next.push_back(children[i]);
+            }
+        }
+        pending = std::move(next);
+    }
+    return std::nullopt;
+}
+
+std::optional<Rect> X11TestClient::geometry(xcb_window_t window) {
+    Freed<xcb_get_geometry_reply_t> size{xcb_get_geometry_reply(connection_, xcb_get_geometry(connection_, window), nullptr)};
+    Freed<xcb_translate_coordinates_reply_t> position{xcb_translate_coordinates_reply(
+        connection_, xcb_translate_coordinates(connection_, window, root_, 0, 0), nullptr)};
+    if (!size || !position) return std::nullopt;
+    return Rect{position->dst_x, position->dst_y, size->width, size->height};
+}
+
+bool X11TestClient::grabKey(std::uint8_t key, std::uint16_t modifiers) {
+    xcb_generic_error_t* error = xcb_request_check(
+        connection_, xcb_grab_key_checked(connection_, 1, root_, modifiers, key, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC));
+    std::free(error);
+    return error == nullptr;
+}
+
+void X11TestClient::ungrabKey(std::uint8_t key, std::uint16_t modifiers) {
+    xcb_ungrab_key(connection_, key, root_, modifiers);
+    xcb_flush(connection_);
+}
+
+bool X11TestClient::isGrabbedElsewhere(std::uint8_t key, std::uint16_t modifiers) {
+    if (!grabKey(key, modifiers)) return true;
+    ungrabKey(key, modifiers);
+    return false;
+}
+
+bool X11TestClient::waitUntil(const std::function<bool()>& condition, std::chrono::milliseconds bound) {
+    const auto deadline = std::chrono::steady_clock::now() + bound;
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() >= deadline) return false;
+        // Wake on X traffic, or look again shortly: the condition may
+        // depend on another process (a D-Bus reply, a log line).
+        pollfd fd{xcb_get_file_descriptor(connection_), POLLIN, 0};
+        ::poll(&fd, 1, 20);
+        while (xcb_generic_event_t* event = xcb_poll_for_event(connection_)) std::free(event);
+    }
+    return true;
+}
+
+}  // namespace tavi::test

@@ -15,6 +15,7 @@ using Arguments = std::vector<std::string>;
 int runTranslate(const Arguments& args);
 int runConfig(const Arguments& args);
 int runProviders(const Arguments& args);
+int runReport(const Arguments& args);
 
 // Prints "tavi: <message>" and a pointer to --help on standard error.
 int usageError(const std::string& message);

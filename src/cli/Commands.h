@@ -15,6 +15,7 @@ using Arguments = std::vector<std::string>;
 int runTranslate(const Arguments& args);
 int runConfig(const Arguments& args);
 int runProviders(const Arguments& args);
+int runReport(const Arguments& args);
 
 // Replaces this process with the tray application; returns only when it
 // cannot be started.

@@ -1,6 +1,7 @@
 #include <cstdio>
 
 #include "cli/Commands.h"
+#include "report/StartupReportDeviceId.h"
 #include "settings/AppSettings.h"
 #include "settings/SettingsText.h"
 
@@ -24,6 +25,20 @@ int reportWrite(const AppSettings& settings) {
     return kExitOk;
 }
 
+// The device id is the startup report's, not a user setting: it can be
+// looked at and removed (the next report makes a new one), never chosen.
+int runDeviceIdConfig(const std::string& verb, AppSettings& settings) {
+    if (verb == "get") {
+        print(storedStartupReportDeviceId(settings.store()));
+        return finish();
+    }
+    if (verb == "unset") {
+        settings.store().remove(kStartupReportDeviceIdKey);
+        return reportWrite(settings);
+    }
+    return usageError(std::string(kStartupReportDeviceIdKey) + " 由启动上报生成，只能查看（get）或删除（unset）");
+}
+
 }  // namespace
 
 int runConfig(const Arguments& args) {
@@ -32,6 +47,7 @@ int runConfig(const Arguments& args) {
     const std::size_t expected = verb == "list" ? 1 : verb == "get" || verb == "unset" ? 2 : verb == "set" ? 3 : 0;
     if (expected == 0) return usageError("未知的 config 子命令：" + verb);
     if (args.size() != expected) return usageError("config " + verb + " 的参数个数不对");
+    if (expected > 1 && args[1] == kStartupReportDeviceIdKey) return runDeviceIdConfig(verb, AppSettings::shared());
     if (expected > 1 && !isSettingKey(args[1])) return usageError("未知的设置项：" + args[1]);
 
     AppSettings& settings = AppSettings::shared();

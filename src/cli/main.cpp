@@ -30,6 +30,7 @@ int main(int argc, char** argv) {
         if (args[0] == "translate") return runTranslate(rest);
         if (args[0] == "config") return runConfig(rest);
         if (args[0] == "providers") return runProviders(rest);
+        if (args[0] == "report") return runReport(rest);
         return usageError("未知的命令：" + args[0]);
     } catch (const std::exception& e) {
         std::fprintf(stderr, "tavi: 内部错误：%s\n", e.what());

@@ -136,6 +136,10 @@ public:
     // Why the last assignment or reset could not be saved; nothing when it was.
     std::optional<std::string> lastWriteFailure() const { return store_.lastWriteFailure(); }
 
+    // The store itself, for the few keys that are not properties (the startup
+    // report's device id). The same one-thread rule applies.
+    SettingsStore& store() const { return store_; }
+
 private:
     AppSettingsValues loadAll();
     template <typename T>

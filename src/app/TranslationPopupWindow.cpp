@@ -20,7 +20,8 @@ constexpr qreal kCornerRadius = 12;
 }  // namespace
 
 TranslationPopupWindow::TranslationPopupWindow(DesktopPlatform& desktop)
-    : QWidget(nullptr, Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint),
+    : QWidget(nullptr, Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint | Qt::WindowDoesNotAcceptFocus |
+                           Qt::X11BypassWindowManagerHint),
       desktop_(desktop),
       view_(new TranslationPopupView(this)),
       fade_(new QPropertyAnimation(this, "windowOpacity", this)),
@@ -28,8 +29,10 @@ TranslationPopupWindow::TranslationPopupWindow(DesktopPlatform& desktop)
     setObjectName(QStringLiteral("translationPopup"));
     setWindowTitle(QStringLiteral("Tavi"));
     setAccessibleName(QStringLiteral("Tavi 翻译结果"));
-    // Shown without activation: the application the user works in keeps
-    // the keyboard focus.
+    // Shown without activation, and not focused by a click on its buttons
+    // either: the application the user works in keeps the keyboard. Text
+    // in it is still selected with the mouse and copied with its button or
+    // its context menu.
     setAttribute(Qt::WA_ShowWithoutActivating);
     // Only a compositor draws the transparent corners; without one they
     // would come out black, so the panel stays square.

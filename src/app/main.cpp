@@ -18,6 +18,7 @@
 #include "app/SettingsFileWatcher.h"
 #include "core/CurlHttpClient.h"
 #include "core/ThreadPool.h"
+#include "report/StartupReportService.h"
 #include "settings/AppSettings.h"
 #include "settings/HotkeyModel.h"
 #include "settings/QtSettingsStore.h"
@@ -88,8 +89,20 @@ int main(int argc, char** argv) {
                                       });
     SelectedTextCapture capture(desktop.selection(), desktop.clipboard(), desktop.keySender(), loop);
     QtShellUi ui(desktop);
+    // The report is prepared here, where the settings live, and sent from a
+    // worker: the tray never waits for it.
+    const auto startupReport = [&settings, &background, &loop](auto done) {
+        PreparedStartupReport prepared = prepareStartupReport(settings.store());
+        if (auto* error = std::get_if<StartupReportError>(&prepared)) return done(error->errorDescription());
+        auto* report = std::get_if<HttpRequest>(&prepared);
+        if (!report) return done(std::nullopt);
+        background.run([report = *report, &loop, done] {
+            std::optional<std::string> failure = sendStartupReport(report);
+            loop.post([done, failure] { done(failure); });
+        });
+    };
     AppDelegate delegate({settings, NotificationCenter::defaultCenter(), TranslationService::shared(), hotkeys,
-                          clipboardMonitor, capture, desktop.screens(), loop, ui, logLine, {}});
+                          clipboardMonitor, capture, desktop.screens(), loop, ui, logLine, startupReport});
     SettingsFileWatcher settingsWatcher(QtSettingsStore::defaultFilePath(), [&settings] { settings.reloadFromStore(); });
 
     QTimer::singleShot(0, &application, [&delegate] { delegate.applicationDidFinishLaunching(); });

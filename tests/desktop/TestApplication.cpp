@@ -25,6 +25,15 @@ TestApplication::TestApplication() {
                         sizeof name - 1, name);
     xcb_change_property(connection_, XCB_PROP_MODE_REPLACE, window_, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, 8,
                         sizeof wmClass, wmClass);
+    // Placed where asked (user-specified position and size), so that tests
+    // know where a click lands on it.
+    std::uint32_t normalHints[18] = {1 | 2, 100, 100, 600, 400};
+    xcb_change_property(connection_, XCB_PROP_MODE_REPLACE, window_, XCB_ATOM_WM_NORMAL_HINTS, XCB_ATOM_WM_SIZE_HINTS,
+                        32, 18, normalHints);
+    // Like any toolkit's window: it takes the keyboard focus when given it.
+    const std::uint32_t hints[9] = {1 /* InputHint */, 1 /* input */};
+    xcb_change_property(connection_, XCB_PROP_MODE_REPLACE, window_, XCB_ATOM_WM_HINTS, XCB_ATOM_WM_HINTS, 32, 9,
+                        hints);
     xcb_map_window(connection_, window_);
     xcb_flush(connection_);
     thread_ = std::thread([this] { serve(); });

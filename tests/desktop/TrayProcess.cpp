@@ -149,9 +149,11 @@ std::vector<TrayProcess::MenuItem> TrayProcess::readMenu() const {
             if (label != std::string::npos) {
                 std::size_t begin = label + 8;
                 while (begin < body.size() && body[begin] == ' ') ++begin;
+                // The label runs to the end of its line, where dbus-send
+                // pads and closes the dict entry with ")".
                 std::size_t stop = body.find("\n", begin);
                 std::string value = body.substr(begin, stop - begin);
-                while (!value.empty() && value.back() == ' ') value.pop_back();
+                while (!value.empty() && (value.back() == ' ' || value.back() == ')')) value.pop_back();
                 entry.label = value;
             }
         }

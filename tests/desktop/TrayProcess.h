@@ -2,6 +2,8 @@
 
 #include <sys/types.h>
 
+#include <chrono>
+
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -11,6 +13,8 @@
 #include "FakeHttpsServer.h"
 
 namespace tavi::test {
+
+using namespace std::chrono_literals;
 
 // A loopback OpenAI-compatible service that answers every chat request at
 // once with "译：" and the user's text.

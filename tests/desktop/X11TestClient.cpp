@@ -74,7 +74,7 @@ Point X11TestClient::pointer() {
 xcb_window_t X11TestClient::inputFocus() {
     Freed<xcb_get_input_focus_reply_t> reply{
         xcb_get_input_focus_reply(connection_, xcb_get_input_focus(connection_), nullptr)};
-    return reply ? reply->focus : XCB_WINDOW_NONE;
+    return reply ? reply->focus : xcb_window_t{XCB_WINDOW_NONE};
 }
 
 std::string X11TestClient::property(xcb_window_t window, const std::string& name) {

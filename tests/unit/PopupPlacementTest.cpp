@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include "GeometryPrinters.h"
 #include "app/PopupPlacement.h"
 
 namespace tavi {

@@ -6,9 +6,15 @@ set -euo pipefail
 packages=(
   build-essential cmake pkg-config
   libcurl4-openssl-dev nlohmann-json3-dev libssl-dev uuid-dev
-  qt6-base-dev
+  qt6-base-dev qt6-svg-dev
+  libxcb1-dev libxcb-xfixes0-dev libxcb-xinput-dev libxcb-xtest0-dev libxcb-xkb-dev libxcb-randr0-dev
+  libxkbcommon-dev libxkbcommon-x11-dev
+  fonts-noto-cjk
   libgtest-dev libgmock-dev libcpp-httplib-dev
   openssl curl ca-certificates
+  # The desktop tests: an X server, a window manager, a session bus and the
+  # tools that play the user's other programs.
+  xvfb openbox dbus-daemon dbus-bin x11-xserver-utils x11-xkb-utils xclip
 )
 
 missing=()

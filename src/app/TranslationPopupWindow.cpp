@@ -66,6 +66,8 @@ void TranslationPopupWindow::show(const TranslationResult& result, Point pointer
                                  },
                              });
     place(pointer);
+    // Watching before the window maps: a click the moment it appears counts.
+    watchOutsideClicks();
     if (!isVisible() || fadingOut_) {
         fade_->stop();
         const bool wasShown = isVisible();
@@ -81,7 +83,6 @@ void TranslationPopupWindow::show(const TranslationResult& result, Point pointer
         }
         raise();
     }
-    watchOutsideClicks();
 }
 
 void TranslationPopupWindow::place(Point pointer) {

@@ -48,6 +48,7 @@ TrayProcess::TrayProcess(const EnvVars& environment, const std::vector<std::pair
     logFile_ = sandbox_.configHome().parent_path() / ("tray-" + std::to_string(::getpid()) + ".log");
     EnvVars all = environment;
     all.emplace_back("XDG_CONFIG_HOME", sandbox_.configHome().string());
+    startedAt_ = std::chrono::steady_clock::now();
     pid_ = ::fork();
     if (pid_ == 0) {
         const int log = ::open(logFile_.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);

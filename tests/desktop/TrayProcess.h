@@ -40,6 +40,8 @@ public:
     TrayProcess& operator=(const TrayProcess&) = delete;
 
     pid_t pid() const { return pid_; }
+    // When the process was started (after the settings were written).
+    std::chrono::steady_clock::time_point startedAt() const { return startedAt_; }
     std::string log() const;
     // Runs `tavi` with these arguments against the same settings.
     CliResult tavi(const std::vector<std::string>& args) const;
@@ -67,6 +69,7 @@ private:
     std::filesystem::path logFile_;
     EnvVars environment_;
     pid_t pid_ = -1;
+    std::chrono::steady_clock::time_point startedAt_;
     std::optional<int> status_;
 };
 

@@ -4,6 +4,7 @@
 #include <xcb/xinput.h>
 
 #include <algorithm>
+#include <cstdlib>
 
 namespace tavi::x11 {
 namespace {
@@ -104,7 +105,10 @@ void X11MouseDownMonitor::select(bool on) {
         xcb_input_event_mask_t header;
         std::uint32_t bits;
     } mask{{XCB_INPUT_DEVICE_ALL_MASTER, 1}, on ? std::uint32_t{XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_PRESS} : 0u};
-    xcb_input_xi_select_events(connection_.raw(), connection_.root(), 1, &mask.header);
+    // Checked: once this returns the server reports every later click, even
+    // one made right after a window Qt is about to map appears.
+    std::free(xcb_request_check(connection_.raw(), xcb_input_xi_select_events_checked(
+                                                       connection_.raw(), connection_.root(), 1, &mask.header)));
     connection_.flush();
 }
 

@@ -1,0 +1,166 @@
+// The tray application as a user runs it, on a headless desktop (run it with
+// tests/desktop/run-desktop.sh, as scripts/bench.sh does), with a loopback
+// OpenAI-compatible fake that answers at once:
+//   - start to tray item registered (budget 300 ms)
+//   - hotkey to popup: XTest key press with text in PRIMARY to the popup
+//     window mapped, first and median of 20 warm (budget 20 ms)
+//   - resident memory after start and after 50 translations (budget 40 MiB)
+//   - CPU over 60 s idle with the clipboard monitor on (budget 0.2 % of a core)
+#include <QCoreApplication>
+#include <QDBusConnection>
+#include <QTimer>
+
+#include <xcb/xcb.h>
+
+#include <poll.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "TestApplication.h"
+#include "TrayProcess.h"
+#include "X11TestClient.h"
+
+namespace {
+
+using namespace tavi::test;
+using Clock = std::chrono::steady_clock;
+
+double millisSince(Clock::time_point start) {
+    return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
+}
+
+long residentKiB(pid_t pid) {
+    std::ifstream status("/proc/" + std::to_string(pid) + "/status");
+    for (std::string line; std::getline(status, line);)
+        if (line.rfind("VmRSS:", 0) == 0) return std::stol(line.substr(6));
+    return -1;
+}
+
+double cpuSeconds(pid_t pid) {
+    std::ifstream stat("/proc/" + std::to_string(pid) + "/stat");
+    std::string text((std::istreambuf_iterator<char>(stat)), std::istreambuf_iterator<char>());
+    std::istringstream fields(text.substr(text.rfind(')') + 2));
+    std::string field;
+    long utime = 0, stime = 0;
+    for (int i = 3; fields >> field; ++i) {
+        if (i == 14) utime = std::stol(field);
+        if (i == 15) { stime = std::stol(field); break; }
+    }
+    return static_cast<double>(utime + stime) / static_cast<double>(sysconf(_SC_CLK_TCK));
+}
+
+// The override-redirect popup maps as a child of the root window: its map
+// shows up among the root's substructure events.
+class MapWatcher {
+public:
+    MapWatcher() : connection_(xcb_connect(nullptr, nullptr)) {
+        root_ = xcb_setup_roots_iterator(xcb_get_setup(connection_)).data->root;
+        const std::uint32_t mask = XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY;
+        xcb_change_window_attributes(connection_, root_, XCB_CW_EVENT_MASK, &mask);
+        xcb_flush(connection_);
+    }
+    ~MapWatcher() { xcb_disconnect(connection_); }
+
+    // Waits for a map of a root child, or the unmap of the window mapped
+    // last; false after the bound.
+    bool wait(std::uint8_t type, std::chrono::milliseconds bound) {
+        const auto deadline = Clock::now() + bound;
+        while (Clock::now() < deadline) {
+            while (xcb_generic_event_t* event = xcb_poll_for_event(connection_)) {
+                bool hit = false;
+                if ((event->response_type & 0x7F) == XCB_MAP_NOTIFY && type == XCB_MAP_NOTIFY) {
+                    mapped_ = reinterpret_cast<xcb_map_notify_event_t*>(event)->window;
+                    hit = true;
+                } else if ((event->response_type & 0x7F) == XCB_UNMAP_NOTIFY && type == XCB_UNMAP_NOTIFY) {
+                    hit = reinterpret_cast<xcb_unmap_notify_event_t*>(event)->window == mapped_;
+                }
+                std::free(event);
+                if (hit) return true;
+            }
+            pollfd fd{xcb_get_file_descriptor(connection_), POLLIN, 0};
+            ::poll(&fd, 1, 5);
+        }
+        return false;
+    }
+    void drain() {
+        while (xcb_generic_event_t* event = xcb_poll_for_event(connection_)) std::free(event);
+    }
+
+private:
+    xcb_connection_t* connection_;
+    xcb_window_t root_;
+    xcb_window_t mapped_ = XCB_WINDOW_NONE;
+};
+
+double median(std::vector<double> values) {
+    std::sort(values.begin(), values.end());
+    return values[values.size() / 2];
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    QCoreApplication application(argc, argv);
+    FakeChatService service;
+    X11TestClient x;
+    TestApplication editor;
+
+    // Start to tray item registered, seen as the watcher announces it.
+    QDBusConnection::sessionBus().connect(QStringLiteral("org.kde.StatusNotifierWatcher"),
+                                          QStringLiteral("/StatusNotifierWatcher"),
+                                          QStringLiteral("org.kde.StatusNotifierWatcher"),
+                                          QStringLiteral("StatusNotifierItemRegistered"), &application,
+                                          SLOT(quit()));
+    TrayProcess tray(service.environment(), {{"openAIAPIKey", "sk-bench"}, {"clipboardMonitorEnabled", "true"}});
+    QTimer::singleShot(10000, &application, &QCoreApplication::quit);
+    QCoreApplication::exec();
+    const double startMillis = millisSince(tray.startedAt());
+    const bool registered = startMillis < 10000;
+    std::printf("start to tray item registered: %.0f ms (budget 300 ms)%s\n", startMillis,
+                registered ? "" : " -- never registered");
+    x.waitUntil([&] { return x.isGrabbedElsewhere(XKey::a, XCB_MOD_MASK_1); });
+    x.waitUntil([] { return false; }, std::chrono::milliseconds(1000));
+    const long rssAtStart = residentKiB(tray.pid());
+
+    MapWatcher maps;
+    std::vector<double> warm;
+    double first = 0;
+    for (int i = 0; i < 50; ++i) {
+        editor.own("PRIMARY", {{"UTF8_STRING", "Sentence number " + std::to_string(i)}});
+        x.movePointer({600 + i, 400});
+        maps.drain();
+        const auto pressed = Clock::now();
+        x.chord({XKey::altLeft, XKey::a});
+        if (!maps.wait(XCB_MAP_NOTIFY, std::chrono::seconds(5))) {
+            std::printf("popup %d never appeared (%zu requests)\n%s\n", i, service.texts().size(), tray.log().c_str());
+            return 1;
+        }
+        const double millis = millisSince(pressed);
+        if (i == 0) first = millis;
+        else if (i <= 20) warm.push_back(millis);
+        // Close it with a click elsewhere and wait until it is gone.
+        x.click({100, 1000});
+        maps.wait(XCB_UNMAP_NOTIFY, std::chrono::seconds(5));
+    }
+    std::printf("hotkey to popup mapped: first %.1f ms, warm median of 20 %.1f ms (budget 20 ms)\n", first,
+                median(warm));
+    const long rssAfter = residentKiB(tray.pid());
+    std::printf("resident memory: %.1f MiB after start, %.1f MiB after 50 translations (budget 40 MiB)\n",
+                rssAtStart / 1024.0, rssAfter / 1024.0);
+
+    constexpr int kIdleSeconds = 60;
+    const double cpuBefore = cpuSeconds(tray.pid());
+    std::this_thread::sleep_for(std::chrono::seconds(kIdleSeconds));
+    const double cpuUsed = cpuSeconds(tray.pid()) - cpuBefore;
+    std::printf("CPU over %d s idle with the clipboard monitor on: %.3f %% of one core (budget 0.2 %%)\n", kIdleSeconds,
+                100.0 * cpuUsed / kIdleSeconds);
+    return 0;
+}

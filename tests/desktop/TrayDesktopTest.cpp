@@ -25,14 +25,13 @@ std::string clipboard(const std::string& target) {
 class TrayDesktopTest : public ::testing::Test {
 protected:
     // Starts Tavi with a configured service and waits until its hotkeys are
-    // in place. Tavi grabs them right after putting up its tray item; only
-    // then may a probe grab of ⌥A be tried, or it could take the
-    // combination from Tavi.
+    // in place. Only then may a probe grab of ⌥A be tried, or it could take
+    // the combination from Tavi.
     std::unique_ptr<TrayProcess> startTavi(std::vector<std::pair<std::string, std::string>> settings = {}) {
         settings.insert(settings.begin(), {"openAIAPIKey", "sk-desktop"});
         auto tray = std::make_unique<TrayProcess>(service.environment(), settings);
-        EXPECT_TRUE(x.waitUntil([&] { return tray->trayItem().has_value(); })) << tray->log();
-        EXPECT_TRUE(x.waitUntil([&] { return x.isGrabbedElsewhere(XKey::a, kAlt); })) << tray->log();
+        EXPECT_TRUE(x.waitUntil([&] { return tray->started(); })) << tray->log();
+        EXPECT_TRUE(x.isGrabbedElsewhere(XKey::a, kAlt)) << tray->log();
         return tray;
     }
 

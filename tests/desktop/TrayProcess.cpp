@@ -123,6 +123,14 @@ std::optional<std::string> TrayProcess::trayItem() const {
     return std::nullopt;
 }
 
+bool TrayProcess::started() const {
+    const std::optional<std::string> item = trayItem();
+    if (!item) return false;
+    return dbusSend({"--dest=" + *item, "/StatusNotifierItem", "org.freedesktop.DBus.Properties.Get",
+                     "string:org.kde.StatusNotifierItem", "string:Title"})
+               .exitCode == 0;
+}
+
 std::vector<TrayProcess::MenuItem> TrayProcess::readMenu() const {
     const std::optional<std::string> item = trayItem();
     if (!item) return {};

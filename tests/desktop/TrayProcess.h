@@ -49,6 +49,11 @@ public:
 
     // Its StatusNotifierItem's bus name, once the tray watcher has it.
     std::optional<std::string> trayItem() const;
+    // Whether the start has finished: Tavi puts up its tray item and grabs
+    // its hotkeys in one go on its main thread, but the item may register
+    // from Qt's D-Bus thread before that go is over. A call that the main
+    // thread answers comes back only after it.
+    bool started() const;
     // The menu as a tray host reads it after opening it: labels in order,
     // "---" for separators; and the item ids, for clicking.
     std::vector<std::string> menuLabels() const;

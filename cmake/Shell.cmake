@@ -1,6 +1,6 @@
 # The tray application: the Qt Widgets shell and the desktop backends. Only
 # this executable links the GUI libraries; the tavi command runs it.
-find_package(Qt6 REQUIRED COMPONENTS Gui Widgets Svg)
+find_package(Qt6 REQUIRED COMPONENTS Gui Widgets Svg DBus)
 pkg_check_modules(XCB REQUIRED IMPORTED_TARGET
   xcb xcb-xfixes xcb-xinput xcb-xtest xcb-xkb xcb-randr xkbcommon xkbcommon-x11)
 
@@ -16,7 +16,7 @@ list(REMOVE_ITEM TAVI_SHELL_SOURCES
   ${CMAKE_SOURCE_DIR}/src/app/StatusMenu.cpp)
 qt_add_executable(tavi-tray ${TAVI_SHELL_SOURCES})
 qt_add_resources(tavi-tray tavi_icons PREFIX "/icons" BASE resources/icons FILES resources/icons/org.morvel.Tavi.svg)
-target_link_libraries(tavi-tray PRIVATE tavi_app_logic tavi_platform_x11 tavi_qt Qt6::Widgets Qt6::Svg)
+target_link_libraries(tavi-tray PRIVATE tavi_app_logic tavi_platform_x11 tavi_qt Qt6::Widgets Qt6::Svg Qt6::DBus)
 target_compile_definitions(tavi-tray PRIVATE TAVI_VERSION="${PROJECT_VERSION}")
 # Bare `tavi` runs the tray application: build it with the command.
 add_dependencies(tavi tavi-tray)

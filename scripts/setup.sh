@@ -14,7 +14,7 @@ packages=(
   openssl curl ca-certificates
   # The desktop tests: an X server, a window manager, a session bus and the
   # tools that play the user's other programs.
-  xvfb openbox dbus-daemon dbus-bin x11-xserver-utils x11-xkb-utils xclip
+  xvfb openbox dbus-daemon dbus-bin libglib2.0-bin x11-xserver-utils x11-xkb-utils xclip
 )
 
 missing=()

@@ -31,6 +31,8 @@ void QtShellUi::showSettingsWindow() { logLine("The settings window is not part 
 
 void QtShellUi::startScreenshot() { logLine("Screenshot translation is not part of this version yet."); }
 
-void QtShellUi::quit() { QCoreApplication::quit(); }
+// exit(), not quit(): Qt 6 lets windows veto a quit, and the popup answers
+// every close request with its fade-out.
+void QtShellUi::quit() { QCoreApplication::exit(0); }
 
 }  // namespace tavi

@@ -2,7 +2,6 @@
 
 #include <QApplication>
 #include <QSocketNotifier>
-#include <QTimer>
 
 #include <sys/socket.h>
 #include <unistd.h>
@@ -12,6 +11,7 @@
 #include <cstdlib>
 
 #include "app/AppDelegate.h"
+#include "app/ApplicationService.h"
 #include "app/Log.h"
 #include "app/QtEventLoop.h"
 #include "app/QtShellUi.h"
@@ -36,7 +36,7 @@ void onTerminationSignal(int) {
 void quitOnTerminationSignals(QObject* context) {
     if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, signalPipe) != 0) return;
     auto* notifier = new QSocketNotifier(signalPipe[0], QSocketNotifier::Read, context);
-    QObject::connect(notifier, &QSocketNotifier::activated, context, [] { QCoreApplication::quit(); });
+    QObject::connect(notifier, &QSocketNotifier::activated, context, [] { QCoreApplication::exit(0); });
     struct sigaction action {};
     action.sa_handler = onTerminationSignal;
     sigemptyset(&action.sa_mask);
@@ -66,6 +66,12 @@ int main(int argc, char** argv) {
     QApplication::setDesktopFileName(QStringLiteral("org.morvel.Tavi"));
     QApplication::setQuitOnLastWindowClosed(false);
     quitOnTerminationSignals(&application);
+
+    // One Tavi per session: a second start leaves the first running.
+    if (applicationAlreadyRuns()) {
+        std::fputs("tavi: Tavi 已在运行\n", stderr);
+        return 0;
+    }
 
     QtEventLoop loop;
     DesktopPlatformResult opened = openDesktopPlatform(loop, logLine);
@@ -105,7 +111,17 @@ int main(int argc, char** argv) {
                           clipboardMonitor, capture, desktop.screens(), loop, ui, logLine, startupReport});
     SettingsFileWatcher settingsWatcher(QtSettingsStore::defaultFilePath(), [&settings] { settings.reloadFromStore(); });
 
-    QTimer::singleShot(0, &application, [&delegate] { delegate.applicationDidFinishLaunching(); });
+    delegate.applicationDidFinishLaunching();
+    // The name goes up once everything is in place, so that an action that
+    // started this process (tavi selection) finds it ready.
+    QObject service;
+    if (!publishApplicationService(&service, [&delegate](MenuCommand command) { delegate.perform(command); })) {
+        if (applicationAlreadyRuns()) {
+            std::fputs("tavi: Tavi 已在运行\n", stderr);
+            return 0;  // another Tavi started at the same moment and won
+        }
+        logLine("No D-Bus session bus: desktop actions (tavi selection, ...) cannot reach this Tavi.");
+    }
     const int status = QApplication::exec();
     delegate.applicationWillTerminate();
     setKeyboardLayoutKeyName(nullptr);

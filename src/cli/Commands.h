@@ -17,6 +17,17 @@ int runConfig(const Arguments& args);
 int runProviders(const Arguments& args);
 int runReport(const Arguments& args);
 
+}  // namespace tavi::cli
+
+namespace tavi {
+struct DesktopAction;
+}
+
+namespace tavi::cli {
+
+// Sends one of the running application's actions, starting it first.
+int runDesktopAction(const DesktopAction& action, const Arguments& args);
+
 // Replaces this process with the tray application; returns only when it
 // cannot be started.
 int runTrayApplication(const char* argv0);

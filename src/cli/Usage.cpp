@@ -10,6 +10,11 @@ std::string helpText() {
 用法：
   tavi                         启动托盘程序（需要 X11 桌面；Wayland 会话经由 XWayland）：
                                托盘菜单、全局快捷键、划词与复制翻译、鼠标旁的翻译浮窗
+  tavi show | selection | screenshot | clipboard | settings | quit
+                               让正在运行的 Tavi 执行一个操作（没有运行时先启动它，quit 除外）：
+                               打开翻译窗口、翻译选中文字、截图翻译、切换剪贴板监听、偏好设置、退出。
+                               可在桌面的快捷键设置里绑定（Wayland 上全局快捷键的替代）；
+                               经由 D-Bus 会话总线，没有会话总线时失败并返回 1
   tavi translate [--provider ID] [--from CODE] [--to CODE] [--json] [TEXT...]
       翻译 TEXT（各词以一个空格连接）；没有 TEXT 或 TEXT 为 "-" 时读取标准输入。
       文本两端的空白和换行会被去掉。--provider、--from、--to 只对本次翻译生效，
@@ -28,7 +33,9 @@ std::string helpText() {
   tavi --version               显示版本
 
 退出码：0 成功；1 翻译失败、启动上报失败或未配置、设置被拒绝或无法保存；2 命令行用法错误。
-托盘程序在用户退出时返回 0，无法启动（没有图形桌面）时返回 1。
+托盘程序在用户退出时返回 0，无法启动（没有图形桌面）时返回 1；已有 Tavi 在运行时，
+再次启动的 tavi 保留正在运行的那个并返回 0。由操作命令启动的 Tavi 把日志写到
+$XDG_STATE_HOME/tavi/tavi.log。
 
 设置保存在 $XDG_CONFIG_HOME/tavi/tavi.conf（仅本人可读写）。
 环境变量 TAVI_CONNECT_TO（HOST:PORT:CONNECT_HOST:CONNECT_PORT，逗号分隔）和

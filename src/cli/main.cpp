@@ -3,6 +3,7 @@
 #include <exception>
 #include <string>
 
+#include "app/DesktopActions.h"
 #include "cli/Commands.h"
 
 #ifndef TAVI_VERSION
@@ -30,6 +31,7 @@ int main(int argc, char** argv) {
         if (args[0] == "translate") return runTranslate(rest);
         if (args[0] == "config") return runConfig(rest);
         if (args[0] == "providers") return runProviders(rest);
+        if (const tavi::DesktopAction* action = tavi::actionForSubcommand(args[0])) return runDesktopAction(*action, rest);
         if (args[0] == "report") return runReport(rest);
         return usageError("未知的命令：" + args[0]);
     } catch (const std::exception& e) {

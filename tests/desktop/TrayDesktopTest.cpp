@@ -1,60 +1,7 @@
-#include <gtest/gtest.h>
-
-#include <xcb/xcb.h>
-
-#include "CliRunner.h"
-#include "GeometryPrinters.h"
-#include "TestApplication.h"
-#include "TrayProcess.h"
-#include "X11TestClient.h"
+#include "DesktopFixture.h"
 
 namespace tavi::test {
 namespace {
-
-constexpr std::uint16_t kAlt = XCB_MOD_MASK_1;
-const Size kPopup{400, 300};
-
-// Where the popup's buttons are, from its top-left corner.
-constexpr Point kCopyButton{341, 23};
-constexpr Point kPinButton{305, 23};
-
-std::string clipboard(const std::string& target) {
-    return runProgram("/usr/bin/xclip", {"-selection", "clipboard", "-o", "-t", target}, "", {}, 10).out;
-}
-
-class TrayDesktopTest : public ::testing::Test {
-protected:
-    // Starts Tavi with a configured service and waits until its hotkeys are
-    // in place. Only then may a probe grab of ⌥A be tried, or it could take
-    // the combination from Tavi.
-    std::unique_ptr<TrayProcess> startTavi(std::vector<std::pair<std::string, std::string>> settings = {}) {
-        settings.insert(settings.begin(), {"openAIAPIKey", "sk-desktop"});
-        auto tray = std::make_unique<TrayProcess>(service.environment(), settings);
-        EXPECT_TRUE(x.waitUntil([&] { return tray->started(); })) << tray->log();
-        EXPECT_TRUE(x.isGrabbedElsewhere(XKey::a, kAlt)) << tray->log();
-        return tray;
-    }
-
-    // Key presses that reached `application` other than modifiers (which
-    // every application sees pressed before a hotkey's own key).
-    static std::vector<std::string> keysTyped(TestApplication& application) {
-        std::vector<std::string> typed;
-        for (const std::string& press : application.keyPresses()) {
-            const int key = std::stoi(press);
-            if (key != XKey::altLeft && key != XKey::controlLeft && key != XKey::shiftLeft) typed.push_back(press);
-        }
-        return typed;
-    }
-
-    std::optional<Rect> popupGeometry() {
-        const std::optional<xcb_window_t> popup = x.findWindow("Tavi");
-        return popup ? x.geometry(*popup) : std::nullopt;
-    }
-    bool popupShown() { return popupGeometry().has_value(); }
-
-    FakeChatService service;
-    X11TestClient x;
-};
 
 TEST_F(TrayDesktopTest, TrayItemCarriesTheMenuAndItsActions) {
     auto tray = startTavi();

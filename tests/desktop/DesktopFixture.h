@@ -20,6 +20,7 @@ inline constexpr Size kPopup{400, 300};
 // Where the popup's buttons are, from its top-left corner.
 inline constexpr Point kCopyButton{341, 23};
 inline constexpr Point kPinButton{305, 23};
+inline constexpr Point kCloseButton{377, 23};
 
 inline std::string clipboard(const std::string& target) {
     return runProgram("/usr/bin/xclip", {"-selection", "clipboard", "-o", "-t", target}, "", {}, 10).out;

@@ -44,6 +44,33 @@ TEST_F(TrayDesktopTest, HotkeyShowsTheTranslationOfPrimaryAtThePointerAndLeavesT
     x.click({300, 300});
     EXPECT_TRUE(x.waitUntil([&] { return !popupShown(); }));
     EXPECT_EQ(x.inputFocus(), editor.window());
+
+    // So do a right click and the close button.
+    const Point closeButton{712 + kCloseButton.x, 512 + kCloseButton.y};
+    for (const auto& [button, where] : {std::pair<std::uint8_t, Point>{3, {300, 300}}, {1, closeButton}}) {
+        x.chord({XKey::altLeft, XKey::a});
+        ASSERT_TRUE(x.waitUntil([&] { return popupShown(); }));
+        x.click(where, button);
+        EXPECT_TRUE(x.waitUntil([&] { return !popupShown(); })) << "button " << int(button);
+    }
+}
+
+TEST_F(TrayDesktopTest, WithoutATrayTaviRunsOnItsHotkeys) {
+    TestApplication editor;
+    editor.own("PRIMARY", {{"UTF8_STRING", "no tray here"}});
+    // No session bus: no StatusNotifierItem host, and no XEmbed tray either.
+    EnvVars env = service.environment();
+    env.emplace_back("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent");
+    TrayProcess tray(env, {{"openAIAPIKey", "sk-desktop"}});
+    // Written once the start is over (the hotkeys grabbed).
+    ASSERT_TRUE(x.waitUntil([&] { return tray.log().find("No D-Bus session bus") != std::string::npos; }))
+        << tray.log();
+    const std::string log = tray.log();
+    const std::size_t said = log.find("tavi: No system tray on this desktop: Tavi runs on its hotkeys alone.\n");
+    EXPECT_NE(said, std::string::npos) << log;
+    EXPECT_EQ(log.rfind("No system tray"), said + 6) << log;  // once
+    x.chord({XKey::altLeft, XKey::a});
+    EXPECT_TRUE(x.waitUntil([&] { return popupShown(); })) << tray.log();
 }
 
 TEST_F(TrayDesktopTest, PopupFlipsAtTheEdgesOfTheSecondMonitor) {

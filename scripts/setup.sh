@@ -5,7 +5,7 @@ set -euo pipefail
 
 packages=(
   build-essential cmake pkg-config
-  libcurl4-openssl-dev nlohmann-json3-dev libssl-dev uuid-dev
+  libcurl4-openssl-dev nlohmann-json3-dev libssl-dev uuid-dev libdbus-1-dev
   qt6-base-dev qt6-svg-dev
   libxcb1-dev libxcb-xfixes0-dev libxcb-xinput-dev libxcb-xtest0-dev libxcb-xkb-dev libxcb-randr0-dev
   libxkbcommon-dev libxkbcommon-x11-dev

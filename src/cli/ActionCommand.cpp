@@ -2,23 +2,23 @@
 // the running application's actions, sent over the session bus, starting the
 // application first when none runs. Desktop shortcut settings bind these
 // where global key grabs do not work (Wayland).
+//
+// libdbus, not Qt DBus: the command line stays as light as it starts.
 
-#include <QCoreApplication>
-#include <QDBusConnection>
-#include <QDBusConnectionInterface>
-#include <QDBusMessage>
-#include <QDBusServiceWatcher>
-#include <QTimer>
+#include <dbus/dbus.h>
 
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <memory>
+#include <string>
 
 #include "app/DesktopActions.h"
 #include "cli/Commands.h"
@@ -27,11 +27,11 @@
 namespace tavi::cli {
 namespace {
 
-constexpr int kStartBoundMs = 15000;
+using Clock = std::chrono::steady_clock;
+
+constexpr auto kStartBound = std::chrono::seconds(15);
 constexpr int kCallBoundMs = 10000;
 constexpr std::uintmax_t kLogKeptBytes = 1u << 20;
-
-QString qt(std::string_view text) { return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size())); }
 
 bool isSet(const char* name) {
     const char* value = std::getenv(name);
@@ -48,6 +48,34 @@ bool sessionBusExpected() {
            S_ISSOCK(status.st_mode);
 }
 
+struct ConnectionCloser {
+    void operator()(DBusConnection* connection) const {
+        dbus_connection_close(connection);
+        dbus_connection_unref(connection);
+    }
+};
+using Connection = std::unique_ptr<DBusConnection, ConnectionCloser>;
+
+struct MessageReleaser {
+    void operator()(DBusMessage* message) const { dbus_message_unref(message); }
+};
+using Message = std::unique_ptr<DBusMessage, MessageReleaser>;
+
+// A D-Bus error's message, freed on the way.
+std::string describe(DBusError& error) {
+    std::string text = error.message ? error.message : "未知错误";
+    dbus_error_free(&error);
+    return text;
+}
+
+bool applicationRuns(DBusConnection* bus) {
+    DBusError error;
+    dbus_error_init(&error);
+    const bool runs = dbus_bus_name_has_owner(bus, std::string(kApplicationBusName).c_str(), &error);
+    dbus_error_free(&error);
+    return runs;
+}
+
 // Where a Tavi started here writes its log: it has no terminal.
 std::filesystem::path logFile() {
     std::filesystem::path base;
@@ -61,8 +89,7 @@ std::filesystem::path logFile() {
 // output (so that `$(tavi selection)` returns at once). Its pid, or -1.
 pid_t startApplication(const std::filesystem::path& program, const std::filesystem::path& log) {
     std::error_code error;
-    std::filesystem::create_directories(log.parent_path(), error);
-    ::chmod(log.parent_path().c_str(), 0700);
+    if (std::filesystem::create_directories(log.parent_path(), error)) ::chmod(log.parent_path().c_str(), 0700);
     if (std::filesystem::file_size(log, error) > kLogKeptBytes)
         std::filesystem::rename(log, log.string() + ".1", error);
     const int out = ::open(log.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
@@ -90,19 +117,45 @@ std::string lastLine(const std::filesystem::path& file) {
     return last;
 }
 
-// Waits until the application owns its bus name; false when it ended first
-// or the bound passed.
-bool waitForApplication(QDBusConnection& bus, pid_t child) {
-    QDBusServiceWatcher watcher(qt(kApplicationBusName), bus, QDBusServiceWatcher::WatchForRegistration);
-    QObject::connect(&watcher, &QDBusServiceWatcher::serviceRegistered, [] { QCoreApplication::exit(0); });
-    QTimer exited;
-    QObject::connect(&exited, &QTimer::timeout, [child] {
-        if (::waitpid(child, nullptr, WNOHANG) == child) QCoreApplication::exit(1);
-    });
-    exited.start(50);
-    QTimer::singleShot(kStartBoundMs, [] { QCoreApplication::exit(1); });
-    if (bus.interface()->isServiceRegistered(qt(kApplicationBusName))) return true;
-    return QCoreApplication::exec() == 0;
+// Waits until the application owns its bus name, told by the bus; false
+// when the process ended first or the bound passed.
+bool waitForApplication(DBusConnection* bus, pid_t child) {
+    const std::string rule = "type='signal',sender='org.freedesktop.DBus',member='NameOwnerChanged',arg0='" +
+                             std::string(kApplicationBusName) + "'";
+    dbus_bus_add_match(bus, rule.c_str(), nullptr);
+    const auto deadline = Clock::now() + kStartBound;
+    // Asked after the match is in place, so that a start in between is not missed.
+    while (!applicationRuns(bus)) {
+        if (Clock::now() >= deadline || ::waitpid(child, nullptr, WNOHANG) == child) return false;
+        // Wakes at the bus's signal, or looks again whether the process ended.
+        dbus_connection_read_write(bus, 100);
+        while (DBusMessage* message = dbus_connection_pop_message(bus)) dbus_message_unref(message);
+    }
+    return true;
+}
+
+int sendAction(DBusConnection* bus, const DesktopAction& action) {
+    Message call(dbus_message_new_method_call(std::string(kApplicationBusName).c_str(),
+                                              std::string(kApplicationObjectPath).c_str(),
+                                              std::string(kApplicationInterface).c_str(), "ActivateAction"));
+    const std::string name(action.name);
+    const char* nameText = name.c_str();
+    DBusMessageIter arguments, parameter, platformData;
+    dbus_message_iter_init_append(call.get(), &arguments);
+    dbus_message_iter_append_basic(&arguments, DBUS_TYPE_STRING, &nameText);
+    dbus_message_iter_open_container(&arguments, DBUS_TYPE_ARRAY, "v", &parameter);
+    dbus_message_iter_close_container(&arguments, &parameter);
+    dbus_message_iter_open_container(&arguments, DBUS_TYPE_ARRAY, "{sv}", &platformData);
+    dbus_message_iter_close_container(&arguments, &platformData);
+
+    DBusError error;
+    dbus_error_init(&error);
+    Message reply(dbus_connection_send_with_reply_and_block(bus, call.get(), kCallBoundMs, &error));
+    if (!reply) {
+        std::fprintf(stderr, "tavi: 无法把操作发给 Tavi：%s\n", describe(error).c_str());
+        return kExitFailure;
+    }
+    return kExitOk;
 }
 
 }  // namespace
@@ -113,17 +166,16 @@ int runDesktopAction(const DesktopAction& action, const Arguments& args) {
         std::fputs("tavi: 没有 D-Bus 会话总线（DBUS_SESSION_BUS_ADDRESS 未设置），无法把操作发给 Tavi\n", stderr);
         return kExitFailure;
     }
-    int argc = 1;
-    char name[] = "tavi";
-    char* argv[] = {name, nullptr};
-    QCoreApplication application(argc, argv);
-    QDBusConnection bus = QDBusConnection::sessionBus();
-    if (!bus.isConnected()) {
-        std::fprintf(stderr, "tavi: 无法连接 D-Bus 会话总线：%s\n", bus.lastError().message().toUtf8().constData());
+    DBusError error;
+    dbus_error_init(&error);
+    Connection bus(dbus_bus_get_private(DBUS_BUS_SESSION, &error));
+    if (!bus) {
+        std::fprintf(stderr, "tavi: 无法连接 D-Bus 会话总线：%s\n", describe(error).c_str());
         return kExitFailure;
     }
+    dbus_connection_set_exit_on_disconnect(bus.get(), false);
 
-    if (!bus.interface()->isServiceRegistered(qt(kApplicationBusName))) {
+    if (!applicationRuns(bus.get())) {
         if (action.command == MenuCommand::terminate) {
             std::fputs("tavi: Tavi 没有在运行\n", stderr);
             return kExitOk;
@@ -135,23 +187,14 @@ int runDesktopAction(const DesktopAction& action, const Arguments& args) {
         }
         const std::filesystem::path log = logFile();
         const pid_t child = startApplication(*program, log);
-        if (child < 0 || !waitForApplication(bus, child)) {
+        if (child < 0 || !waitForApplication(bus.get(), child)) {
             const std::string why = lastLine(log);
             std::fprintf(stderr, "tavi: Tavi 没能启动（日志：%s）%s%s\n", log.c_str(), why.empty() ? "" : "：",
                          why.c_str());
             return kExitFailure;
         }
     }
-
-    QDBusMessage call = QDBusMessage::createMethodCall(qt(kApplicationBusName), qt(kApplicationObjectPath),
-                                                       qt(kApplicationInterface), QStringLiteral("ActivateAction"));
-    call << qt(action.name) << QVariantList() << QVariantMap();
-    const QDBusMessage reply = bus.call(call, QDBus::Block, kCallBoundMs);
-    if (reply.type() == QDBusMessage::ErrorMessage) {
-        std::fprintf(stderr, "tavi: 无法把操作发给 Tavi：%s\n", reply.errorMessage().toUtf8().constData());
-        return kExitFailure;
-    }
-    return kExitOk;
+    return sendAction(bus.get(), action);
 }
 
 }  // namespace tavi::cli

@@ -259,6 +259,33 @@ TEST_F(AppDelegateTest, CopiedTextReachesThePopupThroughTheMonitor) {
     EXPECT_EQ(ui.popups[0].first.translatedText, "复制的文字");
 }
 
+TEST_F(AppDelegateTest, SettingsChangedByAnotherProcessAreApplied) {
+    launch();
+    std::vector<std::string> announced;
+    Subscription watching = settings.observe([&](std::string_view key) { announced.emplace_back(key); });
+    // What `tavi config set` leaves in the file.
+    store.setValue("clipboardMonitorEnabled", StoredValue(true));
+    store.setValue("translateSelectedTextHotkey", StoredBytes{R"({"keyCode":0,"modifiers":4608})"});
+    store.setValue("screenshotTranslationHotkey", StoredBytes{R"({"keyCode":1,"modifiers":4608})"});
+    store.setValue("openAIModel", StoredValue(std::string("gpt-x")));
+    settings.reloadFromStore();
+    loop.runPending();
+    EXPECT_EQ(announced, (std::vector<std::string>{"openAIModel", "clipboardMonitorEnabled",
+                                                   "translateSelectedTextHotkey", "screenshotTranslationHotkey"}));
+    EXPECT_TRUE(monitor.isRunning());
+    std::vector<std::uint32_t> ids;
+    for (const auto& grab : platform.shortcutsBackend.grabs()) ids.push_back(grab.id);
+    EXPECT_EQ(ids, (std::vector<std::uint32_t>{5, 6, 7, 8}));  // registered again once
+    EXPECT_TRUE(press(0, 0x1200));
+
+    // Nothing changed: nothing announced, nothing registered again.
+    announced.clear();
+    settings.reloadFromStore();
+    loop.runPending();
+    EXPECT_TRUE(announced.empty());
+    EXPECT_EQ(platform.shortcutsBackend.grabs().front().id, 5u);
+}
+
 TEST_F(AppDelegateTest, TerminationRemovesOnlyTheHotkeyObserver) {
     settings.setClipboardMonitorEnabled(true);
     launch();

@@ -45,28 +45,17 @@ void draw(QPainter& p, PopupSymbol symbol, const QColor& color) {
         p.rotate(40);
         p.translate(-9, -9);
         QPainterPath head;
-        head.moveTo(6, 2.5);
-        head.lineTo(12, 2.5);
         head.moveTo(7, 2.5);
         head.lineTo(7, 7.5);
         head.lineTo(4.5, 10.5);
         head.lineTo(13.5, 10.5);
         head.lineTo(11, 7.5);
         head.lineTo(11, 2.5);
-        if (symbol == PopupSymbol::pinned) {
-            QPainterPath body;
-            body.moveTo(7, 2.5);
-            body.lineTo(7, 7.5);
-            body.lineTo(4.5, 10.5);
-            body.lineTo(13.5, 10.5);
-            body.lineTo(11, 7.5);
-            body.lineTo(11, 2.5);
-            body.closeSubpath();
-            p.setBrush(color);
-            p.drawPath(body);
-            p.setBrush(Qt::NoBrush);
-        }
+        head.closeSubpath();
+        // Pinned, the head is filled in.
+        if (symbol == PopupSymbol::pinned) p.setBrush(color);
         p.drawPath(head);
+        p.drawLine(QPointF(6, 2.5), QPointF(12, 2.5));
         p.drawLine(QPointF(9, 10.5), QPointF(9, 16));
         return;
     }

@@ -12,7 +12,6 @@ std::string trimWhitespaceAndNewlines(std::string_view text);
 
 // Number of Unicode scalar values in UTF-8 text; an invalid byte counts as one.
 std::size_t countScalarValues(std::string_view text);
-std::size_t countGraphemeClusters(std::string_view text);  // TEMPORARY
 
 std::string toLowerAscii(std::string_view text);
 

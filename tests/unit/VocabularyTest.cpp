@@ -76,24 +76,6 @@ TEST(Json, HostileBodiesFailCleanly) {
     EXPECT_EQ(toJsonText(Json("a\xff")), "\"a\xEF\xBF\xBD\"");
 }
 
-TEST(Text, TrimsUnicodeWhitespaceAndLineBreaksOnly) {
-    EXPECT_EQ(trimWhitespaceAndNewlines("\n  你好  \n"), "你好");
-    EXPECT_EQ(trimWhitespaceAndNewlines("\u3000\u00a0\t\r\n x y \u2028\u0085"), "x y");
-    EXPECT_EQ(trimWhitespaceAndNewlines(" \u200b "), "\u200b");  // zero-width space is not white space
-    EXPECT_EQ(trimWhitespaceAndNewlines("   "), "");
-    EXPECT_EQ(trimWhitespaceAndNewlines(" \xff "), "\xff");
-    EXPECT_EQ(trimWhitespaceAndNewlines("\xe3\x80"), "\xe3\x80");  // truncated sequence kept
-}
-
-TEST(Text, CountsScalarValues) {
-    EXPECT_EQ(countScalarValues(""), 0u);
-    EXPECT_EQ(countScalarValues("abc"), 3u);
-    EXPECT_EQ(countScalarValues("中文"), 2u);
-    EXPECT_EQ(countScalarValues("😀"), 1u);
-    EXPECT_EQ(countScalarValues("👨‍👩‍👧"), 5u);  // three people joined by two zero-width joiners
-    EXPECT_EQ(countScalarValues("\xff\xfe"), 2u);
-}
-
 TEST(Text, LowerHex) { EXPECT_EQ(lowerHex(std::string("\x00\x0f\xab\xff", 4)), "000fabff"); }
 
 }  // namespace

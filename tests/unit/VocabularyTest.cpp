@@ -73,6 +73,14 @@ TEST(Json, HostileBodiesFailCleanly) {
     EXPECT_EQ(std::get<JsonError>(parseJsonBody("{\"a\":").error()).kind, JsonError::Kind::malformed);
     EXPECT_EQ(std::get<JsonError>(parseJsonBody("").error()).kind, JsonError::Kind::malformed);
     EXPECT_EQ(describe(parseJsonBody("<html>").error()), "服务器返回的内容不是有效的 JSON");
+    // The parser would stop at a NUL and take what came before for the whole body.
+    for (const std::string& withNul : {std::string("{\"a\":1}\0{\"b\":", 14), std::string("\0", 1),
+                                       std::string("{\"a\":\"x\0y\"}", 12)}) {
+        EXPECT_EQ(std::get<TranslationError>(parseJsonBody(withNul).error()), TranslationError::invalidResponse());
+    }
+    // A stray closer does not buy room for deeper nesting after it.
+    EXPECT_EQ(std::get<JsonError>(parseJsonBody("]]]]" + std::string(66, '[')).error()).kind,
+              JsonError::Kind::malformed);
     EXPECT_EQ(toJsonText(Json("a\xff")), "\"a\xEF\xBF\xBD\"");
 }
 

@@ -5,6 +5,7 @@
 
 #include "core/Utf8.h"
 #include "settings/AppSettings.h"
+#include "settings/CredentialInput.h"
 #include "settings/HotkeyModel.h"
 #include "settings/SettingsLookup.h"
 #include "settings/SettingsSchema.h"
@@ -111,6 +112,12 @@ AssignOutcome assignSettingText(AppSettings& settings, std::string_view key, std
         [&](const auto& property) -> AssignOutcome {
             using T = std::decay_t<decltype(settings.values().*property.field)>;
             if constexpr (std::is_same_v<T, std::string>) {
+                if (isCredentialSetting(key)) {
+                    CredentialInput input = cleanCredentialInput(text);
+                    if (!input.value) return malformed(key, input.refusal);
+                    (settings.*property.setter)(std::move(*input.value));
+                    return assigned();
+                }
                 if (!isValidUtf8(text)) return malformed(key, "必须是有效的 UTF-8 文本");
                 (settings.*property.setter)(std::string(text));
             } else if constexpr (std::is_same_v<T, Language>) {

@@ -9,6 +9,7 @@ packages=(
   qt6-base-dev
   libgtest-dev libgmock-dev libcpp-httplib-dev
   openssl curl ca-certificates
+  unicode-data
 )
 
 missing=()

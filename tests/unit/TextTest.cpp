@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <fstream>
+#include <sstream>
 #include <string>
 
 #include "core/Text.h"
@@ -74,6 +76,49 @@ TEST(Text, CountsScalarValues) {
     EXPECT_EQ(countScalarValues("😀"), 1u);
     EXPECT_EQ(countScalarValues("👨‍👩‍👧"), 5u);  // three people joined by two zero-width joiners
     EXPECT_EQ(countScalarValues("\xff\xfe"), 2u);
+}
+
+TEST(Text, CountsUserPerceivedCharacters) {
+    const std::pair<std::string, std::size_t> cases[] = {
+        {"", 0},
+        {"e\u0301", 1},                                     // e + combining acute
+        {"\U0001F468\u200D\U0001F469\u200D\U0001F467", 1},  // family joined by ZWJ
+        {"\U0001F1E8\U0001F1F3\U0001F1EF\U0001F1F5", 2},    // two flags
+        {"\U0001F1E8\U0001F1F3\U0001F1EF", 2},              // a flag and a lone indicator
+        {"\r\n", 1},
+        {"\n\r", 2},
+        {"한국어", 3},
+        {"\u1100\u1161\u11A8", 1},  // conjoining jamo make one syllable
+        {"中文", 2},
+        {"\U0001F44D\U0001F3FD", 1},  // emoji and skin tone
+        {"a\u200Db", 2},              // a joiner only glues pictographs
+        {"\xff\u0301", 2},           // an invalid byte stands alone, even before a mark
+        {"\xE4\xB8", 2},
+    };
+    for (const auto& [text, clusters] : cases) EXPECT_EQ(countGraphemeClusters(text), clusters) << text;
+}
+
+// Unicode's own test file, when the unicode-data package is installed.
+TEST(Text, GraphemeClustersMatchTheUnicodeTestFile) {
+    std::ifstream file("/usr/share/unicode/auxiliary/GraphemeBreakTest.txt");
+    if (!file) GTEST_SKIP() << "unicode-data is not installed";
+    std::size_t lines = 0;
+    std::string line;
+    while (std::getline(file, line)) {
+        line = line.substr(0, line.find('#'));
+        std::istringstream tokens(line);
+        std::string token;
+        std::string text;
+        std::size_t boundaries = 0;
+        while (tokens >> token) {
+            if (token == "÷") ++boundaries;
+            else if (token != "×") appendUtf8(text, static_cast<char32_t>(std::stoul(token, nullptr, 16)));
+        }
+        if (boundaries == 0) continue;
+        ++lines;
+        EXPECT_EQ(countGraphemeClusters(text), boundaries - 1) << line;
+    }
+    EXPECT_GT(lines, 500u);
 }
 
 }  // namespace

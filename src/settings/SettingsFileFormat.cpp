@@ -1,5 +1,6 @@
 #include "settings/SettingsFileFormat.h"
 
+#include <algorithm>
 #include <charconv>
 #include <optional>
 #include <type_traits>
@@ -276,12 +277,16 @@ std::optional<StoredValue> storedValueOf(std::u16string_view text) {
     return StoredValue(unitsToUtf8(text));
 }
 
+// A list of texts; one that holds anything else (bytes, a Qt type) is
+// unreadable as a whole.
 std::optional<StoredValue> storedListOf(const std::vector<Units>& items) {
     std::vector<std::string> list;
     list.reserve(items.size());
     for (const Units& item : items) {
-        if (startsWith(item, "@") && !startsWith(item, "@@")) return std::nullopt;  // a list of Qt types
-        list.push_back(unitsToUtf8(startsWith(item, "@@") ? std::u16string_view(item).substr(1) : item));
+        std::optional<StoredValue> value = storedValueOf(item);
+        std::string* text = value ? std::get_if<std::string>(&*value) : nullptr;
+        if (!text) return std::nullopt;
+        list.push_back(std::move(*text));
     }
     return StoredValue(std::move(list));
 }
@@ -311,6 +316,26 @@ std::string groupPrefix(std::string_view data, const Line& line) {
     if (equalsIgnoringAsciiCase(name, "general")) return {};
     if (equalsIgnoringAsciiCase(name, "%general")) return std::string(name.substr(1)) + "/";
     return unescapeKey(name) + "/";
+}
+
+// The name a key keeps when written and read again, as QSettings names keys:
+// no empty path segments (no leading, trailing or doubled slashes), and a
+// group spelt "general" in any case is "General", the only spelling that
+// [%General] gives back.
+std::string canonicalKey(std::string_view key) {
+    std::string canonical;
+    for (std::size_t pos = 0; pos < key.size();) {
+        const std::size_t slash = std::min(key.find('/', pos), key.size());
+        if (slash > pos) {
+            if (!canonical.empty()) canonical += '/';
+            canonical.append(key.substr(pos, slash - pos));
+        }
+        pos = slash + 1;
+    }
+    const std::size_t slash = canonical.find('/');
+    if (slash != std::string::npos && equalsIgnoringAsciiCase(std::string_view(canonical).substr(0, slash), "general"))
+        canonical.replace(0, slash, "General");
+    return canonical;
 }
 
 // --- Writing -----------------------------------------------------------------
@@ -451,7 +476,7 @@ SettingsFileEntries parseSettingsFile(std::string_view data) {
         if (line.equals == std::string_view::npos) continue;  // neither entry nor group
         std::size_t keyEnd = line.equals;
         while (keyEnd > line.begin && (data[keyEnd - 1] == ' ' || data[keyEnd - 1] == '\t')) --keyEnd;
-        std::string key = group + unescapeKey(data.substr(line.begin, keyEnd - line.begin));
+        std::string key = canonicalKey(group + unescapeKey(data.substr(line.begin, keyEnd - line.begin)));
         const UnescapedValue value = unescapeValue(data.substr(line.equals + 1, line.end - line.equals - 1));
         std::optional<StoredValue> stored = value.isList ? storedListOf(value.list) : storedValueOf(value.text);
         // A later entry for the same key wins, an unreadable one included.

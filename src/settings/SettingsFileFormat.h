@@ -16,7 +16,10 @@ namespace tavi {
 //
 // Keys are the full paths QSettings uses: "openAIModel" for the [General]
 // group, "group/key" for any other group; they are kept so that a write
-// leaves other groups of the file in place.
+// leaves other groups of the file in place. A key is read under the name it
+// keeps when written again: without empty path segments (leading, trailing
+// or doubled slashes), and with a group spelt "general" in any case as
+// "General".
 //
 // Values come back as text-only storage gives them: strings (booleans and
 // numbers included, as "true", "5"), bytes for @ByteArray(...), and string

@@ -302,6 +302,14 @@ std::optional<StoredValue> fromQVariant(const QVariant& value) {
         for (const QString& item : value.toStringList()) list.push_back(item.toStdString());
         return StoredValue(list);
     }
+    case QMetaType::QVariantList: {  // a list with @-escaped items: a list of texts only if all are
+        std::vector<std::string> list;
+        for (const QVariant& item : value.toList()) {
+            if (item.metaType().id() != QMetaType::QString) return std::nullopt;
+            list.push_back(item.toString().toStdString());
+        }
+        return StoredValue(list);
+    }
     default: return std::nullopt;
     }
 }
@@ -341,7 +349,7 @@ TEST_F(QtSettingsStoreTest, FileDialectMatchesQSettingsIniFormat) {
 
     writeFile("; comment\r\n[General]\r\n  spaced  =  value  \r\nescapes=\\x4e2d\\101\\0\\1019\\t|\\q\\x\n"
               "quoted = \"a;b\" c ; tail\njoined=a\\\nb\nlist=a, \" b\", \"c,d\", @@e\nqq=a\"b,c\"d\n"
-              "at=@foo\natat=@@x\nlistat=a,@b\nlistatat=a,@@b\nbytes=@ByteArray(\xc3\xa9z\\x100)\n"
+              "at=@foo\natat=@@x\nlistat=a,@b\nlistatat=a,@@b\nlistbytes=a,@ByteArray(b)\nliststring=a,@String(b\\0)\nbytes=@ByteArray(\xc3\xa9z\\x100)\n"
               "str=@String(a\\0b)\ninv=@Invalid()\nvar=@Variant(\\0\\0\\0\\x7f\\0\\0\\0)\nrect=@Rect(1 2 3 4)\n"
               "dup=1\ndup=2\n#hash=1\n noeq\nk;x=1\n\"quoted key\"=1\n%41%U0042=k\nback\\slash=1\n"
               "emptylist=,\ntrail=a ,  b  \nk1 = v1 = v2\nuni=\xe4\xb8\xad\nlonghex=\\x123456789\n"

@@ -9,6 +9,7 @@ packages=(
   qt6-base-dev
   libgtest-dev libgmock-dev libcpp-httplib-dev
   openssl curl ca-certificates
+  clang-14 libclang-rt-14-dev
   unicode-data
 )
 

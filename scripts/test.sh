@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds everything and runs the whole test suite:
 # the regular build (unit, integration and command-line tests), then the
-# unit and integration tests again under AddressSanitizer + UBSan.
+# unit and integration tests again under AddressSanitizer + UBSan, then a few
+# seconds of each fuzz target on its seed corpus.
 set -euo pipefail
 root="$(cd "$(dirname "$0")/.." && pwd)"
 jobs="$(nproc 2>/dev/null || echo 2)"
@@ -19,3 +20,7 @@ echo "== tests under AddressSanitizer + UndefinedBehaviorSanitizer"
 export ASAN_OPTIONS="detect_leaks=1:abort_on_error=1:strict_string_checks=1"
 export UBSAN_OPTIONS="print_stacktrace=1:halt_on_error=1"
 ctest --test-dir "$root/build/asan" --output-on-failure -j "$jobs" --timeout 300 -L 'unit|integration'
+
+echo "== fuzz targets, a few seconds each"
+"$root/scripts/build.sh" fuzz
+"$root/scripts/fuzz.sh" 8

@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds everything and runs the whole test suite:
 # the regular build (unit, integration, command-line and desktop tests), then
-# the unit, integration and desktop tests again under AddressSanitizer + UBSan.
-# The desktop tests start their own headless X server, window manager and
-# session bus (tests/desktop/run-desktop.sh).
+# the unit, integration and desktop tests again under AddressSanitizer + UBSan,
+# then a few seconds of each fuzz target on its seed corpus. The desktop tests
+# start their own headless X server, window manager and session bus
+# (tests/desktop/run-desktop.sh).
 set -euo pipefail
 root="$(cd "$(dirname "$0")/.." && pwd)"
 jobs="$(nproc 2>/dev/null || echo 2)"
@@ -26,3 +27,7 @@ ASAN_OPTIONS="detect_leaks=1:abort_on_error=1:strict_string_checks=1" \
 # hold exactly that many bytes, which strict string checks report.
 ASAN_OPTIONS="detect_leaks=1:abort_on_error=1" \
   ctest --test-dir "$root/build/asan" --output-on-failure --timeout 600 -L desktop
+
+echo "== fuzz targets, a few seconds each"
+"$root/scripts/build.sh" fuzz
+"$root/scripts/fuzz.sh" 8

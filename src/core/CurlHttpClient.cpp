@@ -191,6 +191,10 @@ public:
     Session& operator=(const Session&) = delete;
 
     Result<HttpResponse> send(const HttpRequest& request) {
+        if (std::optional<TransportError> refusal = unsafeHeader(request)) {
+            refusal->host = hostOf(request.url);
+            return *std::move(refusal);
+        }
         CURL* handle = acquire();
         if (handle == nullptr) return TransportError{TransportError::Kind::other, hostOf(request.url), "curl_easy_init"};
         auto result = perform(handle, request);

@@ -14,7 +14,8 @@ namespace tavi {
 // that consecutive translations to one service reuse one warm connection.
 //
 // Always verifies the server's certificate and host name; speaks only http
-// and https; never follows redirects (a 3xx comes back as a response); honours
+// and https; never follows redirects (a 3xx comes back as a response); never
+// sends a header that unsafeHeader() refuses; honours
 // the usual proxy variables (http_proxy, https_proxy, no_proxy, all_proxy).
 // Failures come back as TransportError values and nothing is ever logged.
 class CurlHttpClient final : public HttpTransport {

@@ -19,6 +19,8 @@ std::string TransportError::description() const {
     case Kind::tlsFailure: return withHost("无法建立安全连接（TLS 证书或握手失败）", host);
     case Kind::responseTooLarge: return withHost("服务器返回的内容过大，已停止接收", host);
     case Kind::invalidUrl: return "服务地址无效：" + detail;
+    case Kind::unsafeHeader:
+        return "请求头 " + detail + " 含有换行、回车或空字符等不允许的字符，请求未发送；请检查该服务的密钥等设置";
     case Kind::other: return withHost("网络请求失败", host);
     }
     return "网络请求失败";

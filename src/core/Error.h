@@ -17,6 +17,7 @@ struct TransportError {
         tlsFailure,
         responseTooLarge,
         invalidUrl,
+        unsafeHeader,  // refused before sending; detail names the header
         other,
     };
 

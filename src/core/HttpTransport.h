@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -35,6 +36,12 @@ struct HttpResponse {
     // Case-insensitive lookup of the first header with this name; empty if absent.
     std::string_view header(std::string_view name) const;
 };
+
+// Why the request must not go out: a header whose name is not an HTTP token,
+// or whose value holds CR, LF or NUL, would end the field early and let the
+// rest pass as fields of its own (a credential pasted with a line break does
+// exactly that). The error names the first such header, never its value.
+std::optional<TransportError> unsafeHeader(const HttpRequest& request);
 
 // Sends one request and blocks until the whole response or a failure.
 // Implementations are safe to call from several threads at once.

@@ -21,7 +21,11 @@ bool nestsTooDeep(std::string_view text) {
         case '[': case '{':
             if (++depth > kMaxJsonDepth) return true;
             break;
-        case ']': case '}': --depth; break;
+        case ']': case '}':
+            // A closer with nothing open is where the parser stops with an
+            // error; nothing after it can reach the parser.
+            if (--depth < 0) return false;
+            break;
         default: break;
         }
     }
@@ -31,6 +35,9 @@ bool nestsTooDeep(std::string_view text) {
 }  // namespace
 
 Result<Json> parseJsonBody(std::string_view body) {
+    // The parser takes a NUL byte for the end of the input, so "{...}\0junk"
+    // would pass as its first part. JSON text never holds a raw NUL.
+    if (body.find('\0') != std::string_view::npos) return TranslationError::invalidResponse();
     if (nestsTooDeep(body)) return JsonError{JsonError::Kind::tooDeep, "nesting deeper than limit"};
     try {
         return Json::parse(body);

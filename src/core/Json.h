@@ -15,7 +15,8 @@ using Json = nlohmann::json;
 inline constexpr int kMaxJsonDepth = 64;
 
 // Parses a reply body. Malformed text, invalid UTF-8 and over-deep nesting
-// fail with a JsonError instead of throwing.
+// fail with a JsonError instead of throwing; a body holding a NUL byte
+// anywhere is not a reply at all (TranslationError::invalidResponse).
 Result<Json> parseJsonBody(std::string_view body);
 
 // Compact serialisation that never throws: invalid UTF-8 becomes U+FFFD.

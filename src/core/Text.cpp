@@ -1,5 +1,7 @@
 #include "core/Text.h"
 
+#include "core/Utf8.h"
+
 namespace tavi {
 namespace {
 
@@ -14,62 +16,29 @@ bool isWhitespaceOrNewline(char32_t c) {
     }
 }
 
-// Decodes the scalar starting at `pos`; sets `length` to the bytes it takes.
-// Malformed input decodes as an impossible value of length 1.
-char32_t decodeAt(std::string_view text, std::size_t pos, std::size_t& length) {
-    const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
-    const unsigned char lead = byte(pos);
-    length = 1;
-    if (lead < 0x80) return lead;
-    std::size_t extra = 0;
-    char32_t value = 0;
-    if ((lead & 0xE0) == 0xC0) { extra = 1; value = lead & 0x1F; }
-    else if ((lead & 0xF0) == 0xE0) { extra = 2; value = lead & 0x0F; }
-    else if ((lead & 0xF8) == 0xF0) { extra = 3; value = lead & 0x07; }
-    else return 0xFFFFFFFF;
-    if (pos + extra >= text.size()) return 0xFFFFFFFF;
-    for (std::size_t i = 1; i <= extra; ++i) {
-        if ((byte(pos + i) & 0xC0) != 0x80) return 0xFFFFFFFF;
-        value = (value << 6) | (byte(pos + i) & 0x3F);
-    }
-    length = extra + 1;
-    return value;
-}
-
-// Start of the scalar that ends just before `end`.
-std::size_t previousStart(std::string_view text, std::size_t end) {
-    std::size_t start = end - 1;
-    while (start > 0 && end - start < 4 && (static_cast<unsigned char>(text[start]) & 0xC0) == 0x80) --start;
-    return start;
-}
-
 }  // namespace
 
 std::string trimWhitespaceAndNewlines(std::string_view text) {
-    std::size_t begin = 0;
-    while (begin < text.size()) {
-        std::size_t length = 0;
-        if (!isWhitespaceOrNewline(decodeAt(text, begin, length))) break;
-        begin += length;
+    // Forward only: the end of the last non-blank character is wherever the
+    // decoder says it is, so an invalid byte is never mistaken for part of a
+    // blank before it.
+    std::size_t begin = text.size();
+    std::size_t end = 0;
+    for (std::size_t pos = 0; pos < text.size();) {
+        const Utf8Scalar scalar = decodeUtf8At(text, pos);
+        if (!scalar.valid || !isWhitespaceOrNewline(scalar.value)) {
+            if (begin == text.size()) begin = pos;
+            end = pos + scalar.length;
+        }
+        pos += scalar.length;
     }
-    std::size_t end = text.size();
-    while (end > begin) {
-        const std::size_t start = previousStart(text, end);
-        std::size_t length = 0;
-        const char32_t c = decodeAt(text, start, length);
-        if (start + length != end || !isWhitespaceOrNewline(c)) break;
-        end = start;
-    }
+    if (begin >= end) return {};
     return std::string(text.substr(begin, end - begin));
 }
 
 std::size_t countScalarValues(std::string_view text) {
     std::size_t count = 0;
-    for (std::size_t pos = 0; pos < text.size(); ++count) {
-        std::size_t length = 0;
-        decodeAt(text, pos, length);
-        pos += length;
-    }
+    for (std::size_t pos = 0; pos < text.size(); ++count) pos += decodeUtf8At(text, pos).length;
     return count;
 }
 

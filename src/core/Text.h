@@ -13,6 +13,12 @@ std::string trimWhitespaceAndNewlines(std::string_view text);
 // Number of Unicode scalar values in UTF-8 text; an invalid byte counts as one.
 std::size_t countScalarValues(std::string_view text);
 
+// Number of user-perceived characters (extended grapheme clusters, as
+// Unicode's text segmentation rules define them, emoji ZWJ sequences and
+// flag pairs included): "e" + U+0301 is one, "\r\n" is one. An invalid byte
+// is a cluster of its own.
+std::size_t countGraphemeClusters(std::string_view utf8);
+
 std::string toLowerAscii(std::string_view text);
 
 // Lower-case hexadecimal, two digits a byte, no separator.

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "core/Json.h"
+#include "core/Utf8.h"
 
 namespace tavi {
 namespace {
@@ -35,47 +36,6 @@ std::optional<std::uint32_t> unsigned32Member(const Json& object, const char* ke
 }
 
 // --- Upper case ------------------------------------------------------------
-
-void appendUtf8(std::string& out, char32_t c) {
-    if (c < 0x80) {
-        out += static_cast<char>(c);
-    } else if (c < 0x800) {
-        out += static_cast<char>(0xC0 | (c >> 6));
-        out += static_cast<char>(0x80 | (c & 0x3F));
-    } else if (c < 0x10000) {
-        out += static_cast<char>(0xE0 | (c >> 12));
-        out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-        out += static_cast<char>(0x80 | (c & 0x3F));
-    } else {
-        out += static_cast<char>(0xF0 | (c >> 18));
-        out += static_cast<char>(0x80 | ((c >> 12) & 0x3F));
-        out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-        out += static_cast<char>(0x80 | (c & 0x3F));
-    }
-}
-
-// Decodes one well-formed UTF-8 sequence at `i`; returns its length, or 0
-// when the bytes there are not one.
-std::size_t decodeUtf8(std::string_view text, std::size_t i, char32_t& out) {
-    const auto byte = [&](std::size_t k) { return static_cast<unsigned char>(text[k]); };
-    const unsigned char lead = byte(i);
-    std::size_t length;
-    char32_t c;
-    if (lead < 0x80) { out = lead; return 1; }
-    if (lead >= 0xC2 && lead <= 0xDF) { length = 2; c = lead & 0x1F; }
-    else if (lead >= 0xE0 && lead <= 0xEF) { length = 3; c = lead & 0x0F; }
-    else if (lead >= 0xF0 && lead <= 0xF4) { length = 4; c = lead & 0x07; }
-    else return 0;
-    if (i + length > text.size()) return 0;
-    for (std::size_t k = 1; k < length; ++k) {
-        if ((byte(i + k) & 0xC0) != 0x80) return 0;
-        c = (c << 6) | (byte(i + k) & 0x3F);
-    }
-    const bool overlong = (length == 3 && c < 0x800) || (length == 4 && c < 0x10000);
-    if (overlong || c > 0x10FFFF || (c >= 0xD800 && c <= 0xDFFF)) return 0;
-    out = c;
-    return length;
-}
 
 // The letters a keyboard layout is likely to print, in their upper case.
 // Writes the result into `out`; returns false when the character has none.
@@ -107,14 +67,9 @@ std::string upperCased(std::string_view text) {
     std::string out;
     out.reserve(text.size());
     for (std::size_t i = 0; i < text.size();) {
-        char32_t c = 0;
-        const std::size_t length = decodeUtf8(text, i, c);
-        if (length == 0) {  // not UTF-8: keep the byte
-            out += text[i++];
-            continue;
-        }
-        if (!appendUpper(out, c)) out.append(text.substr(i, length));
-        i += length;
+        const Utf8Scalar scalar = decodeUtf8At(text, i);
+        if (!scalar.valid || !appendUpper(out, scalar.value)) out.append(text.substr(i, scalar.length));
+        i += scalar.length;
     }
     return out;
 }

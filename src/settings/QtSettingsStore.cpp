@@ -8,15 +8,10 @@
 
 #include <cerrno>
 #include <cstdlib>
-#include <limits>
-#include <type_traits>
 #include <vector>
 
-#include <QByteArray>
-#include <QSettings>
+#include <QSaveFile>
 #include <QString>
-#include <QStringList>
-#include <QVariant>
 
 #include "core/NotificationCenter.h"
 #include "settings/AppSettings.h"
@@ -26,13 +21,6 @@ namespace {
 
 constexpr mode_t kPrivateDirectoryMode = 0700;
 constexpr mode_t kPrivateFileMode = 0600;
-
-QString toQString(std::string_view text) { return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size())); }
-
-std::string toStdString(const QString& text) {
-    const QByteArray utf8 = text.toUtf8();
-    return std::string(utf8.constData(), static_cast<std::size_t>(utf8.size()));
-}
 
 std::filesystem::path homeDirectory() {
     if (const char* home = std::getenv("HOME"); home && *home) return home;
@@ -55,84 +43,52 @@ bool makePrivateDirectories(const std::filesystem::path& directory) {
     return ::mkdir(directory.c_str(), kPrivateDirectoryMode) == 0 || errno == EEXIST;
 }
 
-QVariant toQVariant(const StoredValue& value) {
-    return std::visit(
-        [](const auto& v) -> QVariant {
-            using T = std::decay_t<decltype(v)>;
-            if constexpr (std::is_same_v<T, std::string>) {
-                return toQString(v);
-            } else if constexpr (std::is_same_v<T, bool>) {
-                return QVariant(v);
-            } else if constexpr (std::is_same_v<T, std::int64_t>) {
-                return QVariant(static_cast<qint64>(v));
-            } else if constexpr (std::is_same_v<T, double>) {
-                return QVariant(v);
-            } else if constexpr (std::is_same_v<T, StoredBytes>) {
-                return QByteArray(v.bytes.data(), static_cast<qsizetype>(v.bytes.size()));
-            } else {
-                QStringList list;
-                for (const std::string& item : v) list.append(toQString(item));
-                return list;
-            }
-        },
-        value);
-}
-
-// Values read from the file are strings, bytes or string lists; values this
-// process wrote keep their own type in QSettings' cache until re-read.
-std::optional<StoredValue> fromQVariant(const QVariant& value) {
-    switch (value.metaType().id()) {
-    case QMetaType::QString: return StoredValue(toStdString(value.toString()));
-    case QMetaType::Bool: return StoredValue(value.toBool());
-    case QMetaType::Int:
-    case QMetaType::Long:
-    case QMetaType::LongLong:
-    case QMetaType::Short:
-        return StoredValue(static_cast<std::int64_t>(value.toLongLong()));
-    case QMetaType::UInt:
-    case QMetaType::ULong:
-    case QMetaType::ULongLong:
-    case QMetaType::UShort: {
-        const qulonglong number = value.toULongLong();
-        if (number > static_cast<qulonglong>(std::numeric_limits<std::int64_t>::max())) return std::nullopt;
-        return StoredValue(static_cast<std::int64_t>(number));
-    }
-    case QMetaType::Double:
-    case QMetaType::Float: return StoredValue(value.toDouble());
-    case QMetaType::QByteArray: {
-        const QByteArray bytes = value.toByteArray();
-        return StoredValue(StoredBytes{std::string(bytes.constData(), static_cast<std::size_t>(bytes.size()))});
-    }
-    case QMetaType::QStringList: {
-        std::vector<std::string> list;
-        for (const QString& item : value.toStringList()) list.push_back(toStdString(item));
-        return StoredValue(std::move(list));
-    }
-    default:
-        // Invalid entries and serialised Qt types no Tavi setting uses.
+// The file as it is now. A missing file (or directory) is empty; one that
+// exists but cannot be read gives nothing, so that it is never overwritten.
+std::optional<std::string> readWholeFile(const std::filesystem::path& file) {
+    const int fd = ::open(file.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) {
+        if (errno == ENOENT || errno == ENOTDIR) return std::string();
         return std::nullopt;
     }
+    std::string text;
+    struct stat status {};
+    if (::fstat(fd, &status) == 0 && status.st_size > 0) text.reserve(static_cast<std::size_t>(status.st_size));
+    char buffer[65536];
+    for (;;) {
+        const ssize_t n = ::read(fd, buffer, sizeof buffer);
+        if (n > 0) {
+            text.append(buffer, static_cast<std::size_t>(n));
+        } else if (n == 0) {
+            break;
+        } else if (errno != EINTR) {
+            ::close(fd);
+            return std::nullopt;
+        }
+    }
+    ::close(fd);
+    return text;
 }
 
-std::unique_ptr<QSettings> openSettings(const std::filesystem::path& file) {
-    // IniFormat is what NativeFormat means on Unix; naming it keeps the file
-    // format independent of the platform's idea of native.
-    auto settings = std::make_unique<QSettings>(QString::fromStdString(file.string()), QSettings::IniFormat);
-    // Only whole-file replacement: a direct rewrite cut short by a crash
-    // would lose every setting.
-    settings->setAtomicSyncRequired(true);
-    return settings;
+// Replaces the file whole: a write cut short by a crash or a full disk
+// leaves the old file in place.
+bool replaceFile(const std::filesystem::path& file, const std::string& text) {
+    QSaveFile out(QString::fromStdString(file.string()));
+    out.setDirectWriteFallback(false);
+    if (!out.open(QIODevice::WriteOnly)) return false;
+    if (out.write(text.data(), static_cast<qint64>(text.size())) != static_cast<qint64>(text.size())) {
+        out.cancelWriting();
+        return false;
+    }
+    return out.commit();
 }
 
 }  // namespace
 
-// QSettings is only opened on a file that exists. Opened on a missing file,
-// it treats the content as empty but may take the size and time of a file
-// another process creates a moment later as what it has read; its next write
-// would then see nothing new and drop that process's keys.
+// Read without the writers' lock: the file is only ever replaced whole, so a
+// read sees one version of it or another, never a mixture.
 QtSettingsStore::QtSettingsStore(std::filesystem::path file) : file_(std::move(file)) {
-    std::error_code error;
-    if (std::filesystem::exists(file_, error)) settings_ = openSettings(file_);
+    if (std::optional<std::string> text = readWholeFile(file_)) entries_ = parseSettingsFile(*text);
 }
 
 QtSettingsStore::~QtSettingsStore() = default;
@@ -146,9 +102,8 @@ std::filesystem::path QtSettingsStore::defaultFilePath() {
 
 std::optional<StoredValue> QtSettingsStore::value(std::string_view key) const {
     if (auto it = unsaved_.find(key); it != unsaved_.end()) return it->second;
-    const QString name = toQString(key);
-    if (!settings_ || !settings_->contains(name)) return std::nullopt;
-    return fromQVariant(settings_->value(name));
+    if (auto it = entries_.find(key); it != entries_.end()) return it->second;
+    return std::nullopt;
 }
 
 void QtSettingsStore::setValue(std::string_view key, const StoredValue& value) {
@@ -162,16 +117,13 @@ void QtSettingsStore::remove(std::string_view key) {
 }
 
 void QtSettingsStore::reload() {
-    // A fresh QSettings reads the file as it is now (QSettings notices a
-    // replaced file by its size and time stamp).
-    settings_.reset();
-    std::error_code error;
-    if (std::filesystem::exists(file_, error)) settings_ = openSettings(file_);
+    // Unsaved changes stay on top of what is read (value() looks at them first).
+    entries_.clear();
+    if (std::optional<std::string> text = readWholeFile(file_)) entries_ = parseSettingsFile(*text);
 }
 
-// Makes sure the file exists with private permissions before QSettings
-// writes secrets into it. QSettings replaces the file atomically through a
-// temporary file that takes over the existing file's permissions.
+// Makes sure the file exists with private permissions before secrets are
+// written into it: the replacement takes over the existing file's permissions.
 bool QtSettingsStore::prepareFile() {
     if (!makePrivateDirectories(file_.parent_path())) return false;
     const int fd = ::open(file_.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, kPrivateFileMode);
@@ -183,36 +135,33 @@ bool QtSettingsStore::prepareFile() {
     return ok;
 }
 
-// Hands every unsaved change to QSettings and syncs: under the file's lock,
-// QSettings re-reads the file if another process changed it, merges our
-// changes in and replaces the file.
-bool QtSettingsStore::syncUnsaved() {
-    // QSettings keeps the first error it meets for the life of the object, so
-    // a fresh one is needed to learn anything from the next sync.
-    if (!settings_ || settings_->status() != QSettings::NoError) settings_ = openSettings(file_);
+// One writer's turn: the file as it is now, with every unsaved change on top.
+bool QtSettingsStore::writeMerged() {
+    const std::optional<std::string> current = readWholeFile(file_);
+    if (!current) return false;
+    SettingsFileEntries merged = parseSettingsFile(*current);
     for (const auto& [key, value] : unsaved_) {
-        if (value) settings_->setValue(toQString(key), toQVariant(*value));
-        else settings_->remove(toQString(key));
+        if (value) merged.insert_or_assign(key, *value);
+        else if (auto it = merged.find(key); it != merged.end()) merged.erase(it);
     }
-    settings_->sync();
-    return settings_->status() == QSettings::NoError;
+    const std::string text = formatSettingsFile(merged);
+    if (!replaceFile(file_, text)) return false;
+    entries_ = parseSettingsFile(text);  // as any later reader will see it
+    return true;
 }
 
 void QtSettingsStore::persist() {
     bool saved = false;
     if (prepareFile()) {
-        // Writers take turns for the whole read-merge-write round, each
-        // starting from a freshly opened file: QSettings' own lock and change
-        // detection alone let another process's key slip away now and then
-        // when several tavi processes write at once.
+        // Writers take turns for the whole read-merge-write round, so that
+        // none of them replaces the file with a version that misses what
+        // another one wrote a moment before.
         const int turn = ::open((file_.string() + ".writer").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, kPrivateFileMode);
-        if (turn >= 0) ::flock(turn, LOCK_EX);
-        settings_.reset();
-        saved = syncUnsaved();
-        // A format error comes from reading the old file and hides whether the
-        // new one was written. If it was, the file is clean now and a second
-        // sync says so; if not, it fails again.
-        if (!saved && settings_->status() == QSettings::FormatError) saved = syncUnsaved();
+        if (turn >= 0) {
+            while (::flock(turn, LOCK_EX) != 0 && errno == EINTR) {
+            }
+        }
+        saved = writeMerged();
         if (turn >= 0) ::close(turn);
     }
     if (saved) unsaved_.clear();

@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <type_traits>
 
+#include "core/Utf8.h"
 #include "settings/AppSettings.h"
+#include "settings/CredentialInput.h"
 #include "settings/HotkeyModel.h"
 #include "settings/SettingsLookup.h"
 #include "settings/SettingsSchema.h"
@@ -26,50 +28,11 @@ constexpr std::string_view kSecretKeys[] = {
     "aliyunAccessKeySecret", "volcanoSecretAccessKey",
 };
 
-bool isContinuationByte(char c) { return (static_cast<unsigned char>(c) & 0xC0) == 0x80; }
-
-// Strict UTF-8: what the settings file stores as text must come back the same.
-bool isValidUtf8(std::string_view text) {
-    for (std::size_t i = 0; i < text.size();) {
-        const auto lead = static_cast<unsigned char>(text[i]);
-        std::size_t length;
-        char32_t c;
-        if (lead < 0x80) { ++i; continue; }
-        if (lead >= 0xC2 && lead <= 0xDF) { length = 2; c = lead & 0x1F; }
-        else if (lead >= 0xE0 && lead <= 0xEF) { length = 3; c = lead & 0x0F; }
-        else if (lead >= 0xF0 && lead <= 0xF4) { length = 4; c = lead & 0x07; }
-        else return false;
-        if (i + length > text.size()) return false;
-        for (std::size_t k = 1; k < length; ++k) {
-            if (!isContinuationByte(text[i + k])) return false;
-            c = (c << 6) | (static_cast<unsigned char>(text[i + k]) & 0x3F);
-        }
-        if ((length == 3 && c < 0x800) || (length == 4 && c < 0x10000) || c > 0x10FFFF ||
-            (c >= 0xD800 && c <= 0xDFFF))
-            return false;
-        i += length;
-    }
-    return true;
-}
-
-// Start of the last `count` characters (a stray byte counts as one).
-std::size_t tailStart(std::string_view text, std::size_t count) {
-    std::size_t i = text.size();
-    while (count > 0 && i > 0) {
-        --i;
-        std::size_t stepped = 0;
-        while (i > 0 && isContinuationByte(text[i]) && stepped < 3) {
-            --i;
-            ++stepped;
-        }
-        --count;
-    }
-    return i;
-}
-
-std::size_t characterCount(std::string_view text) {
-    return static_cast<std::size_t>(
-        std::count_if(text.begin(), text.end(), [](char c) { return !isContinuationByte(c); }));
+// Where each character starts (an invalid byte is a character of its own).
+std::vector<std::size_t> characterStarts(std::string_view text) {
+    std::vector<std::size_t> starts;
+    for (std::size_t pos = 0; pos < text.size(); pos += decodeUtf8At(text, pos).length) starts.push_back(pos);
+    return starts;
 }
 
 std::string languageList() {
@@ -137,8 +100,9 @@ std::string settingText(const AppSettings& settings, std::string_view key) {
 
 std::string maskedSecret(std::string_view secret) {
     if (secret.empty()) return std::string(kUnsetSecret);
-    if (characterCount(secret) < kShortestPartlyShownSecret) return std::string(kMask);
-    return std::string(kMask) + std::string(secret.substr(tailStart(secret, kShownSecretTail)));
+    const std::vector<std::size_t> starts = characterStarts(secret);
+    if (starts.size() < kShortestPartlyShownSecret) return std::string(kMask);
+    return std::string(kMask) + std::string(secret.substr(starts[starts.size() - kShownSecretTail]));
 }
 
 AssignOutcome assignSettingText(AppSettings& settings, std::string_view key, std::string_view text) {
@@ -148,6 +112,12 @@ AssignOutcome assignSettingText(AppSettings& settings, std::string_view key, std
         [&](const auto& property) -> AssignOutcome {
             using T = std::decay_t<decltype(settings.values().*property.field)>;
             if constexpr (std::is_same_v<T, std::string>) {
+                if (isCredentialSetting(key)) {
+                    CredentialInput input = cleanCredentialInput(text);
+                    if (!input.value) return malformed(key, input.refusal);
+                    (settings.*property.setter)(std::move(*input.value));
+                    return assigned();
+                }
                 if (!isValidUtf8(text)) return malformed(key, "必须是有效的 UTF-8 文本");
                 (settings.*property.setter)(std::string(text));
             } else if constexpr (std::is_same_v<T, Language>) {

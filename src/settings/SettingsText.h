@@ -40,7 +40,8 @@ struct AssignOutcome {
 };
 
 // Parses `text` for the key's type and assigns it through the property's
-// setter. Hotkeys also go through the acceptance rules.
+// setter. Credentials are cleaned first (see CredentialInput.h); hotkeys also
+// go through the acceptance rules.
 AssignOutcome assignSettingText(AppSettings& settings, std::string_view key, std::string_view text);
 
 }  // namespace tavi

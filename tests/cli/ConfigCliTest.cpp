@@ -56,6 +56,26 @@ TEST(ConfigCommand, MalformedValuesAndRefusedShortcutsChangeNothing) {
                                                                                   "\n");
 }
 
+// Issue 9: a key pasted with a line break used to split the request into
+// two header fields. Pasted blanks are trimmed; a line break inside is refused
+// when set, and one that reaches the file by hand never reaches the wire.
+TEST(ConfigCommand, CredentialLineBreaksNeverReachARequest) {
+    CliSandbox sandbox;
+    ASSERT_EQ(sandbox.run({"config", "set", "openAIAPIKey", "  sk-pasted\r\n"}).exitCode, 0);
+    EXPECT_EQ(sandbox.run({"config", "get", "openAIAPIKey"}).out, "sk-pasted\n");
+
+    const CliResult refused = sandbox.run({"config", "set", "claudeAPIKey", "sk-ant-SECRET\r\nX-Injected: yes"});
+    EXPECT_EQ(refused.exitCode, 2);
+    EXPECT_EQ(refused.err, "tavi: 设置项 claudeAPIKey 的值不能含有换行、回车、制表符等控制字符\n用法见 tavi --help\n");
+    EXPECT_EQ(sandbox.run({"config", "get", "claudeAPIKey"}).out, "\n");
+
+    std::ofstream(sandbox.configFile(), std::ios::app) << "deepLAPIKey=dk-SECRET\\r\\nX-Injected: yes\n";
+    const CliResult r = sandbox.run({"translate", "--provider", "deepl", "hello"});
+    EXPECT_EQ(r.exitCode, 1);
+    EXPECT_EQ(r.err, "翻译失败：请求头 Authorization 含有换行、回车或空字符等不允许的字符，请求未发送；"
+                     "请检查该服务的密钥等设置\n");
+}
+
 TEST(ConfigCommand, AFileThatCannotBeWrittenIsReported) {
     CliSandbox sandbox;
     std::ofstream(sandbox.configHome() / "tavi") << "not a directory";  // stops root as well as anyone

@@ -199,6 +199,37 @@ TEST_F(HttpClientTest, EmptyPostSendsContentLengthZeroAndCallerHostHeaderReplace
     EXPECT_TRUE(sent.body.empty());
 }
 
+TEST_F(HttpClientTest, HeaderThatWouldSplitTheRequestIsRefusedWithoutTraffic) {
+    server.on("POST", "/v1/messages", FakeHttpsServer::respond(200, "{}"));
+    struct Case {
+        HttpHeader header;
+        std::string shownName;
+    };
+    const Case cases[] = {
+        {{"Authorization", "Bearer sk-SECRET\r\nX-Injected: yes"}, "Authorization"},
+        {{"x-api-key", "sk-SECRET\n"}, "x-api-key"},
+        {{"x-api-key", "\rsk-SECRET"}, "x-api-key"},
+        {{"x-api-key", std::string("sk-SECRET\0tail", 14)}, "x-api-key"},
+        {{"X-Bad\r\nX-Injected", "yes"}, "X-Bad\\x0D\\x0AX-Injected"},
+        {{"Bad Name", "v"}, "Bad\\x20Name"},
+        {{"X-Colon:", "v"}, "X-Colon:"},
+        {{"", "v"}, ""},
+    };
+    for (const Case& tc : cases) {
+        HttpRequest request;
+        request.method = "POST";
+        request.url = "https://api.anthropic.com/v1/messages";
+        request.headers = {{"Content-Type", "application/json"}, tc.header};
+        const TransportError error = transportErrorOf(client.send(request));
+        EXPECT_EQ(error.kind, Kind::unsafeHeader) << tc.shownName;
+        EXPECT_EQ(error.description(),
+                  "请求头 " + tc.shownName + " 含有换行、回车或空字符等不允许的字符，请求未发送；请检查该服务的密钥等设置");
+        EXPECT_EQ(error.description().find("SECRET"), std::string::npos);
+    }
+    EXPECT_EQ(server.requestCount(), 0u);
+    EXPECT_EQ(client.connectionsOpened(), 0u);
+}
+
 // ---- what comes back ----
 
 TEST_F(HttpClientTest, AnyStatusComesBackAsAResponseAndRedirectsAreNotFollowed) {

@@ -82,6 +82,7 @@ TEST_F(AliyunProviderTest, Failures) {
         {{502, {}, "<html>bad gateway</html>"}, "阿里翻译 HTTP 502"},
         {{200, {}, "<html>ok?</html>"}, kInvalid},
         {{200, {}, std::string(5000, '{')}, kInvalid},
+        {{200, {}, withNul(R"({"Code":"200","Data":{"Translated":"hi"}})")}, kInvalid},
         {{200, {}, R"({"Code":"200","Data":{"Translated":["hi"]}})"}, kInvalid},
     });
 }

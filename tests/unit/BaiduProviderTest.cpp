@@ -52,6 +52,7 @@ TEST_F(BaiduProviderTest, Failures) {
         {{200, {}, R"({"error_code":54001})"}, kInvalid},
         {{200, {}, R"({"trans_result":[{"src":"a"},{"dst":"b"}]})"}, kInvalid},
         {{200, {}, "<html>Bad gateway</html>"}, kNotJson},
+        {{200, {}, withNul(R"({"trans_result":[{"dst":"hi"}]})")}, kInvalid},
         {{200, {}, std::string(100000, '[') + std::string(100000, ']')}, kTooDeep},
     });
 }

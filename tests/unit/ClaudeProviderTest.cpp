@@ -37,6 +37,7 @@ TEST_F(ClaudeProviderTest, Failures) {
         {{200, {}, R"({"content":[{"type":"tool_use","id":"x"},{"type":"text","text":"later"}]})"}, kInvalid},
         {{200, {}, "{\"content\":[{\"text\":\"\xc3\x28\"}]}"}, kNotJson},
         {{200, {}, std::string(200000, '{')}, kTooDeep},
+        {{200, {}, withNul(R"({"content":[{"text":"hi"}]})")}, kInvalid},
     });
 }
 

@@ -45,6 +45,7 @@ TEST_F(DeepLProviderTest, FailuresReadTheTopLevelMessage) {
         {{200, {}, R"({"translations":[{"detected_source_language":"EN"}]})"}, kInvalid},
         {{200, {}, "{\"translations\":[{\"text\":\"\x80\"}]}"}, kNotJson},
         {{200, {}, std::string(100000, '[')}, kTooDeep},
+        {{200, {}, withNul(R"({"translations":[{"text":"hi"}]})")}, kInvalid},
     });
 }
 

@@ -93,6 +93,9 @@ TEST(HotkeyJson, DecodesOnlyObjectsWithBothUnsigned32BitMembers) {
     };
     for (const char* json : refused) EXPECT_FALSE(decodeHotkeyJson(json)) << json;
     EXPECT_FALSE(decodeHotkeyJson(std::string(100000, '[') + std::string(100000, ']')));
+    // A stored value cut short by a NUL is not the shortcut before the NUL.
+    EXPECT_FALSE(decodeHotkeyJson(std::string(R"({"keyCode":1,"modifiers":256})" "\0", 30)));
+    EXPECT_FALSE(decodeHotkeyJson(std::string(R"({"keyCode":1,"modifiers":256})" "\0{", 31)));
 }
 
 TEST(HotkeyDisplay, ModifiersInFixedOrderThenTheKey) {

@@ -40,6 +40,7 @@ TEST_F(OpenAIProviderTest, Failures) {
         {{200, {}, R"({"choices":[]})"}, kInvalid},
         {{200, {}, R"({"choices":[{"message":{"content":null}}]})"}, kInvalid},
         {{200, {}, "Internal error"}, kNotJson},
+        {{200, {}, withNul(R"({"choices":[{"message":{"content":"hi"}}]})")}, kInvalid},
         {{200, {}, std::string(200000, '[')}, kTooDeep},
     });
 }

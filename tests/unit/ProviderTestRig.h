@@ -12,6 +12,10 @@ inline const std::string kInvalid = "服务器返回了无效的响应";
 inline const std::string kNotJson = "服务器返回的内容不是有效的 JSON";
 inline const std::string kTooDeep = "服务器返回的 JSON 嵌套层数过多";
 
+// A good reply followed by a NUL byte and more: the parser alone would stop
+// at the NUL and accept what came before.
+inline std::string withNul(const std::string& reply) { return reply + std::string("\0{\"x\":1}", 8); }
+
 // The whole request as one text, so that a wire test is a single comparison.
 inline std::string wire(const HttpRequest& request) {
     std::string out = request.method + " " + request.url + " (" + std::to_string(request.timeout.count()) + " ms)\n";

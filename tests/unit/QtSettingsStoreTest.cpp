@@ -10,12 +10,18 @@
 #include <sstream>
 #include <string>
 
+#include <sys/resource.h>
+
 #include <QCoreApplication>
+#include <QSettings>
+#include <QStringList>
+#include <QVariant>
 
 #include "ScopedEnv.h"
 #include "core/NotificationCenter.h"
 #include "settings/AppSettings.h"
 #include "settings/QtSettingsStore.h"
+#include "settings/SettingsFileFormat.h"
 
 namespace tavi {
 namespace {
@@ -272,6 +278,136 @@ TEST_F(QtSettingsStoreTest, AFileThatCannotBeWrittenKeepsTheValueInMemory) {
     QtSettingsStore fresh(file_);
     EXPECT_EQ(fresh.value("openAIAPIKey"), StoredValue(std::string("sk-kept")));
     EXPECT_EQ(fresh.value("claudeAPIKey"), StoredValue(std::string("ck")));
+}
+
+QVariant toQVariant(const StoredValue& value) {
+    if (const auto* text = std::get_if<std::string>(&value)) return QString::fromStdString(*text);
+    if (const auto* data = std::get_if<StoredBytes>(&value))
+        return QByteArray(data->bytes.data(), static_cast<qsizetype>(data->bytes.size()));
+    if (const auto* items = std::get_if<std::vector<std::string>>(&value)) {
+        QStringList list;
+        for (const std::string& item : *items) list.append(QString::fromStdString(item));
+        return list;
+    }
+    if (const auto* flag = std::get_if<bool>(&value)) return *flag;
+    return static_cast<qint64>(std::get<std::int64_t>(value));
+}
+
+std::optional<StoredValue> fromQVariant(const QVariant& value) {
+    switch (value.metaType().id()) {
+    case QMetaType::QString: return StoredValue(value.toString().toStdString());
+    case QMetaType::QByteArray: return StoredValue(StoredBytes{value.toByteArray().toStdString()});
+    case QMetaType::QStringList: {
+        std::vector<std::string> list;
+        for (const QString& item : value.toStringList()) list.push_back(item.toStdString());
+        return StoredValue(list);
+    }
+    case QMetaType::QVariantList: {  // a list with @-escaped items: a list of texts only if all are
+        std::vector<std::string> list;
+        for (const QVariant& item : value.toList()) {
+            if (item.metaType().id() != QMetaType::QString) return std::nullopt;
+            list.push_back(item.toString().toStdString());
+        }
+        return StoredValue(list);
+    }
+    default: return std::nullopt;
+    }
+}
+
+// QSettings is the independent judge of the dialect: what it writes, Tavi
+// writes byte for byte, and what it reads from a tricky file, Tavi reads too.
+TEST_F(QtSettingsStoreTest, FileDialectMatchesQSettingsIniFormat) {
+    const std::pair<std::string, StoredValue> values[] = {
+        {"plain", std::string("gpt-4o-mini")},
+        {"empty", std::string()},
+        {"blanks", std::string(" lead and trail ")},
+        {"separators", std::string("a;b,c=d")},
+        {"at", std::string("@at")},
+        {"controls", std::string("tab\tnl\ncr\r\x01" "b\x1f" "1\x7f\"\\")},
+        {"unicode", std::string("中文 é 😀")},
+        {"nul", std::string("a\0" "1b", 4)},
+        {"hotkey", StoredBytes{R"({"keyCode":17,"modifiers":2048})"}},
+        {"binary", StoredBytes{std::string("\0\x01\x7f\x80\xff" "9,)", 8)}},
+        {"list", std::vector<std::string>{"a", " b", "c,d", "@e"}},
+        {"emptyList", std::vector<std::string>{}},
+        {"flag", true},
+        {"number", std::int64_t{-9223372036854775807 - 1}},
+        {"key with space", std::string("v")},
+        {"ключ", std::string("v")},
+        {"group/key", std::string("v")},
+        {"General/key", std::string("v")},
+    };
+    fs::create_directories(file_.parent_path());
+    for (const auto& [key, value] : values) {
+        fs::remove(file_);
+        {
+            QSettings qt(QString::fromStdString(file_.string()), QSettings::IniFormat);
+            qt.setValue(QString::fromStdString(key), toQVariant(value));
+        }
+        EXPECT_EQ(formatSettingsFile({{key, value}}), fileText()) << key;
+    }
+
+    writeFile("; comment\r\n[General]\r\n  spaced  =  value  \r\nescapes=\\x4e2d\\101\\0\\1019\\t|\\q\\x\n"
+              "quoted = \"a;b\" c ; tail\njoined=a\\\nb\nlist=a, \" b\", \"c,d\", @@e\nqq=a\"b,c\"d\n"
+              "at=@foo\natat=@@x\nlistat=a,@b\nlistatat=a,@@b\nlistbytes=a,@ByteArray(b)\nliststring=a,@String(b\\0)\nbytes=@ByteArray(\xc3\xa9z\\x100)\n"
+              "str=@String(a\\0b)\ninv=@Invalid()\nvar=@Variant(\\0\\0\\0\\x7f\\0\\0\\0)\nrect=@Rect(1 2 3 4)\n"
+              "dup=1\ndup=2\n#hash=1\n noeq\nk;x=1\n\"quoted key\"=1\n%41%U0042=k\nback\\slash=1\n"
+              "emptylist=,\ntrail=a ,  b  \nk1 = v1 = v2\nuni=\xe4\xb8\xad\nlonghex=\\x123456789\n"
+              "bsend=a\\\n[sec\nin=1\n[ general ]\ng2=1\n[%General]\npg=1\n[a%2Fb]\nc=1\n[x]y]\nz=1\n"
+              "unterminated=\"abc\nnext=1\n");
+    const SettingsFileEntries ours = parseSettingsFile(fileText());
+    QSettings qt(QString::fromStdString(file_.string()), QSettings::IniFormat);
+    std::size_t readable = 0;
+    for (const QString& key : qt.allKeys()) {
+        const std::optional<StoredValue> expected = fromQVariant(qt.value(key));
+        const auto found = ours.find(key.toStdString());
+        if (!expected) {
+            EXPECT_EQ(found, ours.end()) << key.toStdString();
+            continue;
+        }
+        ++readable;
+        ASSERT_NE(found, ours.end()) << key.toStdString();
+        EXPECT_EQ(found->second, *expected) << key.toStdString();
+    }
+    EXPECT_EQ(ours.size(), readable);
+    EXPECT_GE(readable, 25u);
+}
+
+// A @Variant(...) entry with a bogus length used to have QSettings reserve
+// memory by that length. It is never decoded now: reading stays within a
+// small address-space limit, the entry gives the default, and the next write
+// drops it and keeps the rest.
+TEST_F(QtSettingsStoreTest, SerialisedQtValuesCostNoMoreThanTheirBytes) {
+    writeFile("[General]\n"
+              "autoTranslateOnCopy=@Variant(\\0\\0\\0\\t\\x7f\\xff\\xff\\xff)\n"
+              "minTextLengthForAutoTranslate=@Variant(\\0\\0\\0\\x7f\\xff\\xff\\xff\\xff)\n"
+              "openAIModel=@Variant(\\0\\0\\0\\n\\xff\\xff\\xff\\xfe)\n"
+              "openTranslationWindowHotkey=@Variant(\\0\\0\\0\\f\\x7f\\xff\\xff\\xff)\n"
+              "claudeModel=kept\n");
+    const pid_t child = ::fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+#if !defined(__SANITIZE_ADDRESS__)
+        const rlim_t limit = rlim_t{1} << 30;  // far below what any of those lengths would reserve
+        const rlimit cap{limit, limit};
+        if (::setrlimit(RLIMIT_AS, &cap) != 0) ::_exit(3);
+#endif
+        QtSettingsStore store(file_);
+        NotificationCenter center;
+        AppSettings settings(store, center);
+        const AppSettingsValues& v = settings.values();
+        const bool defaults = v.autoTranslateOnCopy && v.minTextLengthForAutoTranslate == 2 &&
+                              v.openAIModel == "gpt-4o-mini" && v.openTranslationWindowHotkey == HotkeyShortcut{17, 0x0800} &&
+                              v.claudeModel == "kept";
+        ::_exit(defaults ? 0 : 1);
+    }
+    int status = 0;
+    ASSERT_EQ(::waitpid(child, &status, 0), child);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
+
+    QtSettingsStore store(file_);
+    store.setValue("deepLIsPro", true);
+    EXPECT_EQ(fileText(), "[General]\nclaudeModel=kept\ndeepLIsPro=true\n");
 }
 
 TEST(QtSettingsStorePath, FollowsXdgConfigHomeWhenAbsolute) {

@@ -6,6 +6,7 @@
 
 #include "core/NotificationCenter.h"
 #include "settings/AppSettings.h"
+#include "settings/CredentialInput.h"
 #include "settings/MemorySettingsStore.h"
 #include "settings/SettingsText.h"
 
@@ -113,6 +114,39 @@ TEST(SettingsText, MalformedTextNamesTheKeyAndTheAcceptedForms) {
         EXPECT_TRUE(c.store.contents().empty());
         EXPECT_EQ(c.postCount, 0);
     }
+}
+
+// A pasted credential just works; one that would split a request header is
+// refused. Other string settings are stored as given.
+TEST(SettingsText, CredentialsAreTrimmedAndRefusedWithControlCharactersInside) {
+    const std::pair<const char*, std::string> stored[][2] = {
+        {{"openAIAPIKey", "  sk-test\r\n"}, {"openAIAPIKey", "sk-test"}},
+        {{"baiduAppID", "\u3000 2015063000000001\t\n"}, {"baiduAppID", "2015063000000001"}},
+        {{"openAIBaseURL", " http://127.0.0.1:8080/v1 \n"}, {"openAIBaseURL", "http://127.0.0.1:8080/v1"}},
+        {{"claudeModel", " \n "}, {"claudeModel", ""}},
+        {{"deepLAPIKey", "key with inner blanks:fx"}, {"deepLAPIKey", "key with inner blanks:fx"}},
+        {{"activeProviderID", " openai\n"}, {"activeProviderID", " openai\n"}},
+    };
+    for (const auto& [input, expected] : stored) {
+        Config c;
+        ASSERT_EQ(c.set(input.first, input.second).kind, Kind::assigned) << input.first;
+        EXPECT_EQ(settingText(c.settings, expected.first), expected.second) << input.first;
+        EXPECT_EQ(c.store.value(expected.first), StoredValue(expected.second)) << input.first;
+    }
+    const std::pair<const char*, std::string> refused[] = {
+        {"claudeAPIKey", "sk-ant-test\r\nX-Injected: yes"}, {"volcanoSecretAccessKey", "a\tb"},
+        {"googleAPIKey", std::string("AIza\0tail", 9)},     {"aliyunAccessKeySecret", "a\x7f" "b"},
+        {"aliyunAccessKeyID", "LTAI\u0085x"},               {"openAIBaseURL", "https://a.b/\nv1"},
+    };
+    for (const auto& [key, text] : refused) {
+        Config c;
+        const AssignOutcome outcome = c.set(key, text);
+        EXPECT_EQ(outcome.kind, Kind::malformed) << key;
+        EXPECT_EQ(outcome.message, "设置项 " + std::string(key) + " 的值不能含有换行、回车、制表符等控制字符");
+        EXPECT_TRUE(c.store.contents().empty()) << key;
+    }
+    EXPECT_TRUE(isCredentialSetting("volcanoAccessKeyID"));
+    EXPECT_FALSE(isCredentialSetting("activeProviderID"));
 }
 
 }  // namespace

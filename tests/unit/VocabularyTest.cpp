@@ -73,25 +73,15 @@ TEST(Json, HostileBodiesFailCleanly) {
     EXPECT_EQ(std::get<JsonError>(parseJsonBody("{\"a\":").error()).kind, JsonError::Kind::malformed);
     EXPECT_EQ(std::get<JsonError>(parseJsonBody("").error()).kind, JsonError::Kind::malformed);
     EXPECT_EQ(describe(parseJsonBody("<html>").error()), "服务器返回的内容不是有效的 JSON");
+    // The parser would stop at a NUL and take what came before for the whole body.
+    for (const std::string& withNul : {std::string("{\"a\":1}\0{\"b\":", 14), std::string("\0", 1),
+                                       std::string("{\"a\":\"x\0y\"}", 12)}) {
+        EXPECT_EQ(std::get<TranslationError>(parseJsonBody(withNul).error()), TranslationError::invalidResponse());
+    }
+    // A stray closer does not buy room for deeper nesting after it.
+    EXPECT_EQ(std::get<JsonError>(parseJsonBody("]]]]" + std::string(66, '[')).error()).kind,
+              JsonError::Kind::malformed);
     EXPECT_EQ(toJsonText(Json("a\xff")), "\"a\xEF\xBF\xBD\"");
-}
-
-TEST(Text, TrimsUnicodeWhitespaceAndLineBreaksOnly) {
-    EXPECT_EQ(trimWhitespaceAndNewlines("\n  你好  \n"), "你好");
-    EXPECT_EQ(trimWhitespaceAndNewlines("\u3000\u00a0\t\r\n x y \u2028\u0085"), "x y");
-    EXPECT_EQ(trimWhitespaceAndNewlines(" \u200b "), "\u200b");  // zero-width space is not white space
-    EXPECT_EQ(trimWhitespaceAndNewlines("   "), "");
-    EXPECT_EQ(trimWhitespaceAndNewlines(" \xff "), "\xff");
-    EXPECT_EQ(trimWhitespaceAndNewlines("\xe3\x80"), "\xe3\x80");  // truncated sequence kept
-}
-
-TEST(Text, CountsScalarValues) {
-    EXPECT_EQ(countScalarValues(""), 0u);
-    EXPECT_EQ(countScalarValues("abc"), 3u);
-    EXPECT_EQ(countScalarValues("中文"), 2u);
-    EXPECT_EQ(countScalarValues("😀"), 1u);
-    EXPECT_EQ(countScalarValues("👨‍👩‍👧"), 5u);  // three people joined by two zero-width joiners
-    EXPECT_EQ(countScalarValues("\xff\xfe"), 2u);
 }
 
 TEST(Text, LowerHex) { EXPECT_EQ(lowerHex(std::string("\x00\x0f\xab\xff", 4)), "000fabff"); }

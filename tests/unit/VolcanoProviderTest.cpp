@@ -55,6 +55,7 @@ TEST_F(VolcanoProviderTest, Failures) {
         {{200, {}, R"({"TranslationList":[]})"}, kInvalid},
         {{200, {}, "{\"TranslationList\":[{\"Translation\":\"\xed\xa0\x80\"}]}"}, kNotJson},
         {{200, {}, std::string(5000, '{')}, kTooDeep},
+        {{200, {}, withNul(R"({"TranslationList":[{"Translation":"hi"}]})")}, kInvalid},
     });
 }
 

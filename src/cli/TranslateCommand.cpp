@@ -8,6 +8,7 @@
 #include "core/RunLoop.h"
 #include "core/Text.h"
 #include "core/ThreadPool.h"
+#include "core/Utf8.h"
 #include "core/TranslationService.h"
 #include "settings/AppSettings.h"
 
@@ -107,6 +108,11 @@ int runTranslate(const Arguments& args) {
     }
     text = trimWhitespaceAndNewlines(text);
     if (text.empty()) return usageError("没有要翻译的文本");
+    // Such bytes would reach the service garbled (and break the signed
+    // services' signatures): say so here, where the user can fix the input.
+    if (const std::size_t bad = firstInvalidUtf8(text); bad != text.size())
+        return usageError("要翻译的文本不是有效的 UTF-8（第 " + std::to_string(bad + 1) +
+                          " 个字节起），请先转换编码，例如 iconv -f GBK -t UTF-8");
 
     // Overrides apply to this call only and are never written back.
     AppSettingsValues settings = AppSettings::shared().values();

@@ -2,6 +2,7 @@
 
 #include <stdexcept>
 
+#include "core/Utf8.h"
 #include "providers/ProviderList.h"
 
 namespace tavi {
@@ -40,6 +41,12 @@ void TranslationService::translate(std::string text, Completion done) {
 }
 
 void TranslationService::translate(std::string text, const AppSettingsValues& settings, Completion done) {
+    // Text that is not UTF-8 never reaches a service: it would arrive
+    // garbled, or break the signature of the services that sign it.
+    if (!isValidUtf8(text)) {
+        finish(TranslationError::apiError("要翻译的文本不是有效的 UTF-8 文本"), done);
+        return;
+    }
     const TranslationProvider* active = provider(settings.activeProviderID);
     if (!active) {
         finish(TranslationError::apiError("未找到翻译服务：" + settings.activeProviderID), done);

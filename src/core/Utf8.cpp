@@ -48,13 +48,28 @@ Utf8Scalar decodeUtf8At(std::string_view text, std::size_t pos) {
     return {value, length, true};
 }
 
-bool isValidUtf8(std::string_view text) {
+bool isValidUtf8(std::string_view text) { return firstInvalidUtf8(text) == text.size(); }
+
+std::size_t firstInvalidUtf8(std::string_view text) {
     for (std::size_t pos = 0; pos < text.size();) {
         const Utf8Scalar scalar = decodeUtf8At(text, pos);
-        if (!scalar.valid) return false;
+        if (!scalar.valid) return pos;
         pos += scalar.length;
     }
-    return true;
+    return text.size();
+}
+
+std::string replacingInvalidUtf8(std::string_view text) {
+    const std::size_t first = firstInvalidUtf8(text);
+    if (first == text.size()) return std::string(text);
+    std::string repaired(text.substr(0, first));
+    for (std::size_t pos = first; pos < text.size();) {
+        const Utf8Scalar scalar = decodeUtf8At(text, pos);
+        if (scalar.valid) repaired.append(text.substr(pos, scalar.length));
+        else appendUtf8(repaired, kReplacementCharacter);
+        pos += scalar.length;
+    }
+    return repaired;
 }
 
 void appendUtf8(std::string& out, char32_t c) {

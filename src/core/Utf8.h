@@ -22,6 +22,13 @@ Utf8Scalar decodeUtf8At(std::string_view text, std::size_t pos);
 
 bool isValidUtf8(std::string_view text);
 
+// Where the first invalid byte is; text.size() when there is none.
+std::size_t firstInvalidUtf8(std::string_view text);
+
+// `text` with every invalid byte replaced by U+FFFD, as text from other
+// programs is shown when it is not quite UTF-8.
+std::string replacingInvalidUtf8(std::string_view text);
+
 // Appends the UTF-8 form of a scalar value; surrogates and values above
 // U+10FFFF are written as U+FFFD.
 void appendUtf8(std::string& out, char32_t scalar);

@@ -31,8 +31,8 @@ public:
     // Tavi's own writes included.
     virtual std::int64_t changeCount() const = 0;
 
-    // The plain-text content, as UTF-8; nothing when there is none (an image,
-    // files, an empty clipboard).
+    // The plain-text content, as UTF-8 (bytes that are not become U+FFFD);
+    // nothing when there is none (an image, files, an empty clipboard).
     virtual void readText(std::function<void(std::optional<std::string>)> done) = 0;
 
     // Every item with the bytes of every type it offers.

@@ -79,6 +79,24 @@ TEST(CommandLine, TranslateFailsWithTheServiceTextAndTouchesNoSettings) {
                  std::filesystem::file_size(sandbox.configFile()) > 0);
 }
 
+TEST(CommandLine, TextThatIsNotUtf8IsRefusedBeforeAnyRequest) {
+    FakeHttpsServer server;
+    const EnvVars env = {{"TAVI_CONNECT_TO", server.connectTo("api.openai.com")},
+                         {"TAVI_CA_BUNDLE", TestCertificates::instance().caPath()}};
+    CliSandbox sandbox;
+    ASSERT_EQ(sandbox.run({"config", "set", "openAIAPIKey", "sk-cli"}).exitCode, 0);
+    const std::string expected =
+        "tavi: 要翻译的文本不是有效的 UTF-8（第 4 个字节起），请先转换编码，例如 iconv -f GBK -t UTF-8\n"
+        "用法见 tavi --help\n";
+    CliResult r = sandbox.run({"translate", "caf\xe9"}, "", env);
+    EXPECT_EQ(r.exitCode, 2);
+    EXPECT_EQ(r.err, expected);
+    r = sandbox.run({"translate"}, "  caf\xe9 au lait\n", env);  // from standard input, trimmed first
+    EXPECT_EQ(r.exitCode, 2);
+    EXPECT_EQ(r.err, expected);
+    EXPECT_EQ(server.requestCount(), 0u);
+}
+
 TEST(CommandLine, ProvidersListsEveryServiceInOrder) {
     CliSandbox sandbox;
     const CliResult r = sandbox.run({"providers"});

@@ -58,6 +58,15 @@ TEST(Utf8, RefusesOverlongsSurrogatesAndValuesPastTheLastPlane) {
     EXPECT_TRUE(isValidUtf8("a\u00e9中😀"));
 }
 
+TEST(Utf8, ReplacesEachInvalidByteAndSaysWhereTheFirstIs) {
+    EXPECT_EQ(firstInvalidUtf8("caf\xe9 au lait"), 3u);
+    EXPECT_EQ(replacingInvalidUtf8("caf\xe9 au lait"), "caf\uFFFD au lait");
+    // A truncated sequence: each of its bytes stands alone.
+    EXPECT_EQ(replacingInvalidUtf8("\xe4\xb8x\xed\xa0\x80"), "\uFFFD\uFFFDx\uFFFD\uFFFD\uFFFD");
+    EXPECT_EQ(replacingInvalidUtf8("中文"), "中文");
+    EXPECT_EQ(firstInvalidUtf8("中文"), 6u);
+}
+
 TEST(Text, TrimsUnicodeWhitespaceAndLineBreaksOnly) {
     EXPECT_EQ(trimWhitespaceAndNewlines("\n  你好  \n"), "你好");
     EXPECT_EQ(trimWhitespaceAndNewlines("\u3000\u00a0\t\r\n x y \u2028\u0085"), "x y");

@@ -41,6 +41,14 @@ TEST_F(TranslationServiceTest, UnknownProviderFailsWithoutBecomingBusy) {
     EXPECT_EQ(harness.transport.requestCount(), 0u);
 }
 
+TEST_F(TranslationServiceTest, TextThatIsNotUtf8NeverReachesAService) {
+    for (const char* text : {"caf\xe9", "\xed\xa0\x80", "ok\xc0\xa0"}) {
+        auto result = harness.translateAndWait(text);
+        EXPECT_EQ(describe(result.error()), "要翻译的文本不是有效的 UTF-8 文本");
+    }
+    EXPECT_EQ(harness.transport.requestCount(), 0u);
+}
+
 TEST_F(TranslationServiceTest, UnconfiguredProviderKeepsStateAndSendsNothing) {
     harness.transport.respond(200, chatReply("第一"));
     ASSERT_TRUE(harness.translateAndWait("first").ok());

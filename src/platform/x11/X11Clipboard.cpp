@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <chrono>
 
+#include "core/Utf8.h"
+
 namespace tavi::x11 {
 namespace {
 
@@ -30,7 +32,8 @@ void readSelectionText(X11Connection& connection, X11Selections& selections, xcb
     selections.convert(selection, connection.atom("UTF8_STRING"), kTargetBound,
                        [engine, selection, latin1, done = std::move(done)](std::optional<SelectionData> utf8) mutable {
                            if (utf8) {
-                               done(std::move(utf8->bytes));
+                               // Owners do not always keep their promise of UTF-8.
+                               done(replacingInvalidUtf8(utf8->bytes));
                                return;
                            }
                            engine->convert(selection, latin1, kTargetBound,

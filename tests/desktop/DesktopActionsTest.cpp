@@ -1,6 +1,9 @@
 #include <filesystem>
 
 #include "DesktopFixture.h"
+#include "ReportKeyPair.h"
+#include "TestCertificates.h"
+#include "core/Json.h"
 
 namespace tavi::test {
 namespace {
@@ -72,6 +75,32 @@ TEST_F(TrayDesktopTest, ActionStartsTaviWhenNoneRunsAndReturnsAtOnce) {
 
     EXPECT_EQ(sandbox.run({"quit"}, "", env).exitCode, 0);
     EXPECT_TRUE(x.waitUntil([&] { return !runningTavi(); }));
+}
+
+TEST_F(TrayDesktopTest, EachLaunchSendsOneStartupReportAndLogsOnlyItsFailure) {
+    const ReportKeyPair& keys = ReportKeyPair::instance();
+    FakeHttpsServer analytics;
+    analytics.on("POST", "/api/report", FakeHttpsServer::respond(204, ""));
+    EnvVars env = service.environment();
+    env[0].second += "," + analytics.connectTo("localhost");  // TAVI_CONNECT_TO, both hosts
+    env.emplace_back("TAVI_REPORT_URL", "https://localhost");
+    env.emplace_back("TAVI_REPORT_KEY_FILE", keys.writeFile("report.key", keys.pkcs8Base64() + "\n").string());
+    {
+        TrayProcess tray(env, {{"openAIAPIKey", "sk-desktop"}});
+        ASSERT_TRUE(x.waitUntil([&] { return analytics.requestCount() == 1; })) << tray.log();
+        const RecordedRequest report = analytics.lastRequest();
+        EXPECT_TRUE(keys.opensslVerifies(report.body, report.header("x-signature")));
+        EXPECT_EQ(Json::parse(report.body)["deviceId"].get<std::string>() + "\n",
+                  tray.tavi({"config", "get", "startupReportDeviceId"}).out);
+        ASSERT_TRUE(x.waitUntil([&] { return tray.started(); }));
+        EXPECT_EQ(tray.log(), "");  // success is silent
+    }
+    analytics.on("POST", "/api/report", FakeHttpsServer::respond(500, "{}"));
+    TrayProcess failing(env, {{"openAIAPIKey", "sk-desktop"}});
+    EXPECT_TRUE(x.waitUntil([&] {
+        return failing.log() == "tavi: Startup report failed: 启动上报接口返回异常状态码：500\n";
+    })) << failing.log();
+    EXPECT_EQ(analytics.requestCount(), 2u);
 }
 
 TEST(DesktopActions, WithoutASessionBusNothingIsStarted) {

@@ -15,6 +15,10 @@ packages=(
   # The desktop tests: an X server, a window manager, a session bus and the
   # tools that play the user's other programs.
   xvfb openbox dbus-daemon dbus-bin x11-xserver-utils x11-xkb-utils xclip
+  # The installation checks: the desktop's validators, the Debian package
+  # tools CPack uses, and GLib's launcher as a second reader of the
+  # autostart entry.
+  desktop-file-utils appstream dpkg-dev file libglib2.0-bin
 )
 
 missing=()

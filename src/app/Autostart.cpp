@@ -6,6 +6,7 @@
 
 #include <cerrno>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <string_view>
@@ -189,7 +190,7 @@ std::optional<std::string> Autostart::writeEntry() const {
     // Written beside the entry and renamed over it, so that the session
     // never reads half an entry.
     std::string temporary = (directory / ("." + std::string(kEntryName) + ".XXXXXX")).string();
-    const int fd = ::mkstemp(temporary.data());
+    const int fd = ::mkostemp(temporary.data(), O_CLOEXEC);
     if (fd < 0) return failure("无法写入自启动项", entryFile_, errno);
     const bool written = writeAll(fd, *text) && ::fchmod(fd, kEntryMode) == 0 && ::fsync(fd) == 0;
     const int writeError = errno;

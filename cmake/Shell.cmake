@@ -10,10 +10,10 @@ target_link_libraries(tavi_platform_x11 PUBLIC tavi_core PkgConfig::XCB)
 
 set(CMAKE_AUTOMOC ON)
 file(GLOB TAVI_SHELL_SOURCES CONFIGURE_DEPENDS src/app/*.cpp)
-list(REMOVE_ITEM TAVI_SHELL_SOURCES
-  ${CMAKE_SOURCE_DIR}/src/app/AppDelegate.cpp
-  ${CMAKE_SOURCE_DIR}/src/app/PopupPlacement.cpp
-  ${CMAKE_SOURCE_DIR}/src/app/StatusMenu.cpp)
+# The shell's plain logic is tavi_app_logic's, linked below.
+get_target_property(tavi_app_logic_sources tavi_app_logic SOURCES)
+list(TRANSFORM tavi_app_logic_sources PREPEND "${CMAKE_SOURCE_DIR}/")
+list(REMOVE_ITEM TAVI_SHELL_SOURCES ${tavi_app_logic_sources})
 qt_add_executable(tavi-tray ${TAVI_SHELL_SOURCES})
 qt_add_resources(tavi-tray tavi_icons PREFIX "/icons" BASE resources/icons FILES resources/icons/org.morvel.Tavi.svg)
 target_link_libraries(tavi-tray PRIVATE tavi_app_logic tavi_platform_x11 tavi_qt Qt6::Widgets Qt6::Svg Qt6::DBus)

@@ -18,6 +18,10 @@ packages=(
   # Fuzzing and the Unicode data the grapheme test checks against.
   clang-14 libclang-rt-14-dev
   unicode-data
+  # The installation checks: the desktop's validators, the Debian package
+  # tools CPack uses, and GLib's launcher as a second reader of the
+  # autostart entry.
+  desktop-file-utils appstream dpkg-dev file
 )
 
 missing=()

@@ -1,7 +1,6 @@
 #include "settings/QtSettingsStore.h"
 
 #include <fcntl.h>
-#include <pwd.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -14,6 +13,7 @@
 #include <QString>
 
 #include "core/NotificationCenter.h"
+#include "core/UserDirectories.h"
 #include "settings/AppSettings.h"
 
 namespace tavi {
@@ -21,17 +21,6 @@ namespace {
 
 constexpr mode_t kPrivateDirectoryMode = 0700;
 constexpr mode_t kPrivateFileMode = 0600;
-
-std::filesystem::path homeDirectory() {
-    if (const char* home = std::getenv("HOME"); home && *home) return home;
-    // No HOME (a stripped environment): ask the user database.
-    std::vector<char> buffer(16384);
-    passwd entry{};
-    passwd* found = nullptr;
-    if (getpwuid_r(getuid(), &entry, buffer.data(), buffer.size(), &found) == 0 && found && found->pw_dir)
-        return found->pw_dir;
-    return "/";
-}
 
 // Creates every missing directory of `directory` private to the user.
 bool makePrivateDirectories(const std::filesystem::path& directory) {
@@ -94,10 +83,7 @@ QtSettingsStore::QtSettingsStore(std::filesystem::path file) : file_(std::move(f
 QtSettingsStore::~QtSettingsStore() = default;
 
 std::filesystem::path QtSettingsStore::defaultFilePath() {
-    std::filesystem::path base;
-    if (const char* config = std::getenv("XDG_CONFIG_HOME"); config && *config && config[0] == '/') base = config;
-    else base = homeDirectory() / ".config";
-    return base / "tavi" / "tavi.conf";
+    return userConfigDirectory() / "tavi" / "tavi.conf";
 }
 
 std::optional<StoredValue> QtSettingsStore::value(std::string_view key) const {

@@ -23,6 +23,7 @@
 #include "app/DesktopActions.h"
 #include "cli/Commands.h"
 #include "cli/TrayProgram.h"
+#include "core/UserDirectories.h"
 
 namespace tavi::cli {
 namespace {
@@ -77,13 +78,7 @@ bool applicationRuns(DBusConnection* bus) {
 }
 
 // Where a Tavi started here writes its log: it has no terminal.
-std::filesystem::path logFile() {
-    std::filesystem::path base;
-    if (isSet("XDG_STATE_HOME") && std::getenv("XDG_STATE_HOME")[0] == '/') base = std::getenv("XDG_STATE_HOME");
-    else if (isSet("HOME")) base = std::filesystem::path(std::getenv("HOME")) / ".local" / "state";
-    else base = "/tmp";
-    return base / "tavi" / "tavi.log";
-}
+std::filesystem::path logFile() { return userStateDirectory() / "tavi" / "tavi.log"; }
 
 // Starts the tray application detached from this command's terminal and
 // output (so that `$(tavi selection)` returns at once). Its pid, or -1.

@@ -18,9 +18,18 @@ std::filesystem::path homeDirectory() {
     return "/";
 }
 
-std::filesystem::path userConfigDirectory() {
-    if (const char* config = std::getenv("XDG_CONFIG_HOME"); config && config[0] == '/') return config;
-    return homeDirectory() / ".config";
+namespace {
+
+// The XDG base directory rules ignore a relative (or empty) value.
+std::filesystem::path baseDirectory(const char* variable, const std::filesystem::path& fallback) {
+    if (const char* value = std::getenv(variable); value && value[0] == '/') return value;
+    return homeDirectory() / fallback;
 }
+
+}  // namespace
+
+std::filesystem::path userConfigDirectory() { return baseDirectory("XDG_CONFIG_HOME", ".config"); }
+
+std::filesystem::path userStateDirectory() { return baseDirectory("XDG_STATE_HOME", ".local/state"); }
 
 }  // namespace tavi

@@ -12,4 +12,7 @@ std::filesystem::path homeDirectory();
 // relative, which the XDG base directory rules say to ignore) ~/.config.
 std::filesystem::path userConfigDirectory();
 
+// $XDG_STATE_HOME by the same rule; otherwise ~/.local/state.
+std::filesystem::path userStateDirectory();
+
 }  // namespace tavi

@@ -16,7 +16,7 @@ list(TRANSFORM tavi_app_logic_sources PREPEND "${CMAKE_SOURCE_DIR}/")
 list(REMOVE_ITEM TAVI_SHELL_SOURCES ${tavi_app_logic_sources})
 qt_add_executable(tavi-tray ${TAVI_SHELL_SOURCES})
 qt_add_resources(tavi-tray tavi_icons PREFIX "/icons" BASE resources/icons FILES resources/icons/org.morvel.Tavi.svg)
-target_link_libraries(tavi-tray PRIVATE tavi_app_logic tavi_platform_x11 tavi_qt Qt6::Widgets Qt6::Svg Qt6::DBus)
+target_link_libraries(tavi-tray PRIVATE tavi_app_logic tavi_platform_x11 Qt6::Widgets Qt6::Svg Qt6::DBus)
 target_compile_definitions(tavi-tray PRIVATE TAVI_VERSION="${PROJECT_VERSION}")
 # Bare `tavi` runs the tray application: build it with the command.
 add_dependencies(tavi tavi-tray)

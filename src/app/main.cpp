@@ -21,7 +21,7 @@
 #include "report/StartupReportService.h"
 #include "settings/AppSettings.h"
 #include "settings/HotkeyModel.h"
-#include "settings/QtSettingsStore.h"
+#include "settings/FileSettingsStore.h"
 
 namespace {
 
@@ -109,7 +109,7 @@ int main(int argc, char** argv) {
     };
     AppDelegate delegate({settings, NotificationCenter::defaultCenter(), TranslationService::shared(), hotkeys,
                           clipboardMonitor, capture, desktop.screens(), loop, ui, logLine, startupReport});
-    SettingsFileWatcher settingsWatcher(QtSettingsStore::defaultFilePath(), [&settings] { settings.reloadFromStore(); });
+    SettingsFileWatcher settingsWatcher(FileSettingsStore::defaultFilePath(), [&settings] { settings.reloadFromStore(); });
 
     delegate.applicationDidFinishLaunching();
     // The name goes up once everything is in place, so that an action that

@@ -3,7 +3,8 @@
 // application first when none runs. Desktop shortcut settings bind these
 // where global key grabs do not work (Wayland).
 //
-// libdbus, not Qt DBus: the command line stays as light as it starts.
+// libdbus, not Qt DBus, and loaded only here: the command line stays as
+// light as it starts.
 
 #include <dbus/dbus.h>
 
@@ -17,11 +18,12 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <memory>
+#include <optional>
 #include <string>
 
 #include "app/DesktopActions.h"
 #include "cli/Commands.h"
+#include "cli/LibDbus.h"
 #include "cli/TrayProgram.h"
 #include "core/UserDirectories.h"
 
@@ -47,34 +49,6 @@ bool sessionBusExpected() {
     struct stat status {};
     return ::stat((std::string(std::getenv("XDG_RUNTIME_DIR")) + "/bus").c_str(), &status) == 0 &&
            S_ISSOCK(status.st_mode);
-}
-
-struct ConnectionCloser {
-    void operator()(DBusConnection* connection) const {
-        dbus_connection_close(connection);
-        dbus_connection_unref(connection);
-    }
-};
-using Connection = std::unique_ptr<DBusConnection, ConnectionCloser>;
-
-struct MessageReleaser {
-    void operator()(DBusMessage* message) const { dbus_message_unref(message); }
-};
-using Message = std::unique_ptr<DBusMessage, MessageReleaser>;
-
-// A D-Bus error's message, freed on the way.
-std::string describe(DBusError& error) {
-    std::string text = error.message ? error.message : "未知错误";
-    dbus_error_free(&error);
-    return text;
-}
-
-bool applicationRuns(DBusConnection* bus) {
-    DBusError error;
-    dbus_error_init(&error);
-    const bool runs = dbus_bus_name_has_owner(bus, std::string(kApplicationBusName).c_str(), &error);
-    dbus_error_free(&error);
-    return runs;
 }
 
 // Where a Tavi started here writes its log: it has no terminal.
@@ -112,46 +86,77 @@ std::string lastLine(const std::filesystem::path& file) {
     return last;
 }
 
-// Waits until the application owns its bus name, told by the bus; false
-// when the process ended first or the bound passed.
-bool waitForApplication(DBusConnection* bus, pid_t child) {
-    const std::string rule = "type='signal',sender='org.freedesktop.DBus',member='NameOwnerChanged',arg0='" +
-                             std::string(kApplicationBusName) + "'";
-    dbus_bus_add_match(bus, rule.c_str(), nullptr);
-    const auto deadline = Clock::now() + kStartBound;
-    // Asked after the match is in place, so that a start in between is not missed.
-    while (!applicationRuns(bus)) {
-        if (Clock::now() >= deadline || ::waitpid(child, nullptr, WNOHANG) == child) return false;
-        // Wakes at the bus's signal, or looks again whether the process ended.
-        dbus_connection_read_write(bus, 100);
-        while (DBusMessage* message = dbus_connection_pop_message(bus)) dbus_message_unref(message);
+// One private connection to the session bus, and what is asked over it.
+class SessionBus {
+public:
+    SessionBus(const LibDbus& dbus, DBusConnection* connection) : dbus_(dbus), connection_(connection) {
+        dbus_.dbus_connection_set_exit_on_disconnect(connection_, false);
     }
-    return true;
-}
-
-int sendAction(DBusConnection* bus, const DesktopAction& action) {
-    Message call(dbus_message_new_method_call(std::string(kApplicationBusName).c_str(),
-                                              std::string(kApplicationObjectPath).c_str(),
-                                              std::string(kApplicationInterface).c_str(), "ActivateAction"));
-    const std::string name(action.name);
-    const char* nameText = name.c_str();
-    DBusMessageIter arguments, parameter, platformData;
-    dbus_message_iter_init_append(call.get(), &arguments);
-    dbus_message_iter_append_basic(&arguments, DBUS_TYPE_STRING, &nameText);
-    dbus_message_iter_open_container(&arguments, DBUS_TYPE_ARRAY, "v", &parameter);
-    dbus_message_iter_close_container(&arguments, &parameter);
-    dbus_message_iter_open_container(&arguments, DBUS_TYPE_ARRAY, "{sv}", &platformData);
-    dbus_message_iter_close_container(&arguments, &platformData);
-
-    DBusError error;
-    dbus_error_init(&error);
-    Message reply(dbus_connection_send_with_reply_and_block(bus, call.get(), kCallBoundMs, &error));
-    if (!reply) {
-        std::fprintf(stderr, "tavi: 无法把操作发给 Tavi：%s\n", describe(error).c_str());
-        return kExitFailure;
+    ~SessionBus() {
+        dbus_.dbus_connection_close(connection_);
+        dbus_.dbus_connection_unref(connection_);
     }
-    return kExitOk;
-}
+    SessionBus(const SessionBus&) = delete;
+    SessionBus& operator=(const SessionBus&) = delete;
+
+    bool applicationRuns() {
+        DBusError error;
+        dbus_.dbus_error_init(&error);
+        const bool runs = dbus_.dbus_bus_name_has_owner(connection_, std::string(kApplicationBusName).c_str(), &error);
+        dbus_.dbus_error_free(&error);
+        return runs;
+    }
+
+    // Waits until the application owns its bus name, told by the bus; false
+    // when the process ended first or the bound passed.
+    bool waitForApplication(pid_t child) {
+        const std::string rule = "type='signal',sender='org.freedesktop.DBus',member='NameOwnerChanged',arg0='" +
+                                 std::string(kApplicationBusName) + "'";
+        dbus_.dbus_bus_add_match(connection_, rule.c_str(), nullptr);
+        const auto deadline = Clock::now() + kStartBound;
+        // Asked after the match is in place, so that a start in between is not missed.
+        while (!applicationRuns()) {
+            if (Clock::now() >= deadline || ::waitpid(child, nullptr, WNOHANG) == child) return false;
+            // Wakes at the bus's signal, or looks again whether the process ended.
+            dbus_.dbus_connection_read_write(connection_, 100);
+            while (DBusMessage* message = dbus_.dbus_connection_pop_message(connection_))
+                dbus_.dbus_message_unref(message);
+        }
+        return true;
+    }
+
+    // ActivateAction(name, [], {}); the error's text when it failed.
+    std::optional<std::string> activate(const DesktopAction& action) {
+        DBusMessage* call = dbus_.dbus_message_new_method_call(
+            std::string(kApplicationBusName).c_str(), std::string(kApplicationObjectPath).c_str(),
+            std::string(kApplicationInterface).c_str(), "ActivateAction");
+        const std::string name(action.name);
+        const char* nameText = name.c_str();
+        DBusMessageIter arguments, parameter, platformData;
+        dbus_.dbus_message_iter_init_append(call, &arguments);
+        dbus_.dbus_message_iter_append_basic(&arguments, DBUS_TYPE_STRING, &nameText);
+        dbus_.dbus_message_iter_open_container(&arguments, DBUS_TYPE_ARRAY, "v", &parameter);
+        dbus_.dbus_message_iter_close_container(&arguments, &parameter);
+        dbus_.dbus_message_iter_open_container(&arguments, DBUS_TYPE_ARRAY, "{sv}", &platformData);
+        dbus_.dbus_message_iter_close_container(&arguments, &platformData);
+
+        DBusError error;
+        dbus_.dbus_error_init(&error);
+        DBusMessage* reply = dbus_.dbus_connection_send_with_reply_and_block(connection_, call, kCallBoundMs, &error);
+        dbus_.dbus_message_unref(call);
+        if (reply) {
+            dbus_.dbus_message_unref(reply);
+            return std::nullopt;
+        }
+        std::string text = error.message ? error.message : "未知错误";
+        dbus_.dbus_error_free(&error);
+        return text;
+    }
+
+private:
+    const LibDbus& dbus_;
+    DBusConnection* connection_;
+};
 
 }  // namespace
 
@@ -161,16 +166,23 @@ int runDesktopAction(const DesktopAction& action, const Arguments& args) {
         std::fputs("tavi: 没有 D-Bus 会话总线（DBUS_SESSION_BUS_ADDRESS 未设置），无法把操作发给 Tavi\n", stderr);
         return kExitFailure;
     }
-    DBusError error;
-    dbus_error_init(&error);
-    Connection bus(dbus_bus_get_private(DBUS_BUS_SESSION, &error));
-    if (!bus) {
-        std::fprintf(stderr, "tavi: 无法连接 D-Bus 会话总线：%s\n", describe(error).c_str());
+    std::string why;
+    const LibDbus* dbus = LibDbus::load(why);
+    if (!dbus) {
+        std::fprintf(stderr, "tavi: 无法载入 D-Bus 库（libdbus-1）：%s\n", why.c_str());
         return kExitFailure;
     }
-    dbus_connection_set_exit_on_disconnect(bus.get(), false);
+    DBusError error;
+    dbus->dbus_error_init(&error);
+    DBusConnection* connection = dbus->dbus_bus_get_private(DBUS_BUS_SESSION, &error);
+    if (!connection) {
+        std::fprintf(stderr, "tavi: 无法连接 D-Bus 会话总线：%s\n", error.message ? error.message : "未知错误");
+        dbus->dbus_error_free(&error);
+        return kExitFailure;
+    }
+    SessionBus bus(*dbus, connection);
 
-    if (!applicationRuns(bus.get())) {
+    if (!bus.applicationRuns()) {
         if (action.command == MenuCommand::terminate) {
             std::fputs("tavi: Tavi 没有在运行\n", stderr);
             return kExitOk;
@@ -182,14 +194,18 @@ int runDesktopAction(const DesktopAction& action, const Arguments& args) {
         }
         const std::filesystem::path log = logFile();
         const pid_t child = startApplication(*program, log);
-        if (child < 0 || !waitForApplication(bus.get(), child)) {
-            const std::string why = lastLine(log);
-            std::fprintf(stderr, "tavi: Tavi 没能启动（日志：%s）%s%s\n", log.c_str(), why.empty() ? "" : "：",
-                         why.c_str());
+        if (child < 0 || !bus.waitForApplication(child)) {
+            const std::string last = lastLine(log);
+            std::fprintf(stderr, "tavi: Tavi 没能启动（日志：%s）%s%s\n", log.c_str(), last.empty() ? "" : "：",
+                         last.c_str());
             return kExitFailure;
         }
     }
-    return sendAction(bus.get(), action);
+    if (std::optional<std::string> failure = bus.activate(action)) {
+        std::fprintf(stderr, "tavi: 无法把操作发给 Tavi：%s\n", failure->c_str());
+        return kExitFailure;
+    }
+    return kExitOk;
 }
 
 }  // namespace tavi::cli

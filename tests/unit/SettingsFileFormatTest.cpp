@@ -12,7 +12,7 @@ StoredValue text(std::string value) { return value; }
 StoredValue bytes(std::string value) { return StoredBytes{std::move(value)}; }
 StoredValue list(std::vector<std::string> items) { return items; }
 
-// What hand-edited and hostile files read as. QtSettingsStoreTest checks the
+// What hand-edited and hostile files read as. FileSettingsStoreTest checks the
 // same dialect against QSettings itself.
 TEST(SettingsFileFormat, ReadsTheIniDialectOfQSettings) {
     const std::string file =

@@ -20,7 +20,7 @@
 #include "ScopedEnv.h"
 #include "core/NotificationCenter.h"
 #include "settings/AppSettings.h"
-#include "settings/QtSettingsStore.h"
+#include "settings/FileSettingsStore.h"
 #include "settings/SettingsFileFormat.h"
 
 namespace tavi {
@@ -28,7 +28,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-class QtSettingsStoreTest : public ::testing::Test {
+class FileSettingsStoreTest : public ::testing::Test {
 protected:
     void SetUp() override {
         char pattern[] = "/tmp/tavi-settings-XXXXXX";
@@ -62,16 +62,16 @@ protected:
     fs::path file_;
 };
 
-TEST_F(QtSettingsStoreTest, WorksWithoutAnApplicationObject) {
+TEST_F(FileSettingsStoreTest, WorksWithoutAnApplicationObject) {
     ASSERT_EQ(QCoreApplication::instance(), nullptr);
-    QtSettingsStore store(file_);
+    FileSettingsStore store(file_);
     store.setValue("k", std::string("v"));
     EXPECT_TRUE(store.lastWriteSucceeded());
-    EXPECT_EQ(QtSettingsStore(file_).value("k"), StoredValue(std::string("v")));
+    EXPECT_EQ(FileSettingsStore(file_).value("k"), StoredValue(std::string("v")));
 }
 
-TEST_F(QtSettingsStoreTest, ReadingNeverCreatesTheFile) {
-    QtSettingsStore store(file_);
+TEST_F(FileSettingsStoreTest, ReadingNeverCreatesTheFile) {
+    FileSettingsStore store(file_);
     EXPECT_FALSE(store.value("openAIModel"));
     NotificationCenter center;
     AppSettings settings(store, center);
@@ -79,8 +79,8 @@ TEST_F(QtSettingsStoreTest, ReadingNeverCreatesTheFile) {
     EXPECT_FALSE(fs::exists(file_.parent_path()));
 }
 
-TEST_F(QtSettingsStoreTest, DirectoryAndFileArePrivateAndStaySo) {
-    QtSettingsStore store(file_);
+TEST_F(FileSettingsStoreTest, DirectoryAndFileArePrivateAndStaySo) {
+    FileSettingsStore store(file_);
     store.setValue("openAIAPIKey", std::string("sk-first"));
     EXPECT_EQ(modeOf(root_ / "config"), 0700u);
     EXPECT_EQ(modeOf(file_.parent_path()), 0700u);
@@ -94,13 +94,13 @@ TEST_F(QtSettingsStoreTest, DirectoryAndFileArePrivateAndStaySo) {
 
     // A file someone left readable by others is closed up at the next write.
     ::chmod(file_.c_str(), 0644);
-    QtSettingsStore later(file_);
+    FileSettingsStore later(file_);
     later.setValue("claudeAPIKey", std::string("sk-second"));
     EXPECT_EQ(modeOf(file_), 0600u);
-    EXPECT_EQ(QtSettingsStore(file_).value("openAIAPIKey"), StoredValue(std::string("sk-4")));
+    EXPECT_EQ(FileSettingsStore(file_).value("openAIAPIKey"), StoredValue(std::string("sk-4")));
 }
 
-TEST_F(QtSettingsStoreTest, TextWrittenByAnotherProcessLoadsWithTheRightTypes) {
+TEST_F(FileSettingsStoreTest, TextWrittenByAnotherProcessLoadsWithTheRightTypes) {
     writeFile(
         "[General]\n"
         "activeProviderID=tencent\n"
@@ -115,7 +115,7 @@ TEST_F(QtSettingsStoreTest, TextWrittenByAnotherProcessLoadsWithTheRightTypes) {
         R"x(openTranslationWindowHotkey="@ByteArray({\"keyCode\":49,\"modifiers\":4608})")x" "\n"
         R"x(translateSelectedTextHotkey="{\"keyCode\":3,\"modifiers\":256}")x" "\n"
         "screenshotTranslationHotkey=@ByteArray({\"keyCode\":3})\n");
-    QtSettingsStore store(file_);
+    FileSettingsStore store(file_);
     EXPECT_EQ(store.value("deepLIsPro"), StoredValue(std::string("true")));
     NotificationCenter center;
     AppSettings settings(store, center);
@@ -138,11 +138,11 @@ TEST_F(QtSettingsStoreTest, TextWrittenByAnotherProcessLoadsWithTheRightTypes) {
     EXPECT_NE(text.find("showPopupNearCursor=abc\n"), std::string::npos);
 }
 
-TEST_F(QtSettingsStoreTest, EverySettingSurvivesARelaunch) {
+TEST_F(FileSettingsStoreTest, EverySettingSurvivesARelaunch) {
     NotificationCenter center;
     AppSettingsValues written;
     {
-        QtSettingsStore store(file_);
+        FileSettingsStore store(file_);
         AppSettings settings(store, center);
         settings.setActiveProviderID("volcano");
         settings.setSourceLanguage(Language::english);
@@ -171,7 +171,7 @@ TEST_F(QtSettingsStoreTest, EverySettingSurvivesARelaunch) {
         settings.setToggleClipboardMonitorHotkey({8, 0x1000});
         written = settings.values();
     }
-    QtSettingsStore store(file_);
+    FileSettingsStore store(file_);
     AppSettings relaunched(store, center);
     EXPECT_EQ(relaunched.values(), written);
 
@@ -183,20 +183,20 @@ TEST_F(QtSettingsStoreTest, EverySettingSurvivesARelaunch) {
     }
 }
 
-TEST_F(QtSettingsStoreTest, KeysWrittenByAnotherProcessMeanwhileAreKept) {
+TEST_F(FileSettingsStoreTest, KeysWrittenByAnotherProcessMeanwhileAreKept) {
     constexpr int kRounds = 20;
     int toChild[2];
     int toParent[2];
     ASSERT_EQ(::pipe(toChild), 0);
     ASSERT_EQ(::pipe(toParent), 0);
-    QtSettingsStore store(file_);
+    FileSettingsStore store(file_);
     store.setValue("ours-start", std::string("x"));
 
     const pid_t child = ::fork();
     ASSERT_GE(child, 0);
     if (child == 0) {
         // The other process: its own store, writing its own keys in turn.
-        QtSettingsStore theirs(file_);
+        FileSettingsStore theirs(file_);
         char token;
         for (int i = 0; i < kRounds; ++i) {
             if (::read(toChild[0], &token, 1) != 1) ::_exit(2);
@@ -231,7 +231,7 @@ TEST_F(QtSettingsStoreTest, KeysWrittenByAnotherProcessMeanwhileAreKept) {
     EXPECT_EQ(modeOf(file_), 0600u);
 }
 
-TEST_F(QtSettingsStoreTest, GarbageFilesLoadAsDefaults) {
+TEST_F(FileSettingsStoreTest, GarbageFilesLoadAsDefaults) {
     const std::string garbage[] = {
         std::string("\x00\xff\xfe\x01[General\n=\n==\n\x80\x81", 14),
         "[General]\ndeepLIsPro\nautoTranslateOnCopy=@Variant(\\0\\0\\0\\x7f\\0\\0\\0)\n"
@@ -241,7 +241,7 @@ TEST_F(QtSettingsStoreTest, GarbageFilesLoadAsDefaults) {
     };
     for (const std::string& content : garbage) {
         writeFile(content);
-        QtSettingsStore store(file_);
+        FileSettingsStore store(file_);
         NotificationCenter center;
         AppSettings settings(store, center);
         const AppSettingsValues& v = settings.values();
@@ -253,15 +253,15 @@ TEST_F(QtSettingsStoreTest, GarbageFilesLoadAsDefaults) {
         EXPECT_NE(v.openAIModel, "gpt-4o");
         settings.setOpenAIModel("after garbage");
         EXPECT_TRUE(store.lastWriteSucceeded());
-        EXPECT_EQ(QtSettingsStore(file_).value("openAIModel"), StoredValue(std::string("after garbage")));
+        EXPECT_EQ(FileSettingsStore(file_).value("openAIModel"), StoredValue(std::string("after garbage")));
     }
 }
 
-TEST_F(QtSettingsStoreTest, AFileThatCannotBeWrittenKeepsTheValueInMemory) {
+TEST_F(FileSettingsStoreTest, AFileThatCannotBeWrittenKeepsTheValueInMemory) {
     // A regular file where the directory should be: fails even for root.
     fs::create_directories(root_ / "config");
     std::ofstream(root_ / "config" / "tavi") << "not a directory";
-    QtSettingsStore store(file_);
+    FileSettingsStore store(file_);
     NotificationCenter center;
     AppSettings settings(store, center);
     settings.setOpenAIAPIKey("sk-kept");
@@ -275,7 +275,7 @@ TEST_F(QtSettingsStoreTest, AFileThatCannotBeWrittenKeepsTheValueInMemory) {
     fs::remove(root_ / "config" / "tavi");
     settings.setClaudeAPIKey("ck");
     EXPECT_TRUE(store.lastWriteSucceeded());
-    QtSettingsStore fresh(file_);
+    FileSettingsStore fresh(file_);
     EXPECT_EQ(fresh.value("openAIAPIKey"), StoredValue(std::string("sk-kept")));
     EXPECT_EQ(fresh.value("claudeAPIKey"), StoredValue(std::string("ck")));
 }
@@ -316,7 +316,7 @@ std::optional<StoredValue> fromQVariant(const QVariant& value) {
 
 // QSettings is the independent judge of the dialect: what it writes, Tavi
 // writes byte for byte, and what it reads from a tricky file, Tavi reads too.
-TEST_F(QtSettingsStoreTest, FileDialectMatchesQSettingsIniFormat) {
+TEST_F(FileSettingsStoreTest, FileDialectMatchesQSettingsIniFormat) {
     const std::pair<std::string, StoredValue> values[] = {
         {"plain", std::string("gpt-4o-mini")},
         {"empty", std::string()},
@@ -377,7 +377,7 @@ TEST_F(QtSettingsStoreTest, FileDialectMatchesQSettingsIniFormat) {
 // memory by that length. It is never decoded now: reading stays within a
 // small address-space limit, the entry gives the default, and the next write
 // drops it and keeps the rest.
-TEST_F(QtSettingsStoreTest, SerialisedQtValuesCostNoMoreThanTheirBytes) {
+TEST_F(FileSettingsStoreTest, SerialisedQtValuesCostNoMoreThanTheirBytes) {
     writeFile("[General]\n"
               "autoTranslateOnCopy=@Variant(\\0\\0\\0\\t\\x7f\\xff\\xff\\xff)\n"
               "minTextLengthForAutoTranslate=@Variant(\\0\\0\\0\\x7f\\xff\\xff\\xff\\xff)\n"
@@ -392,7 +392,7 @@ TEST_F(QtSettingsStoreTest, SerialisedQtValuesCostNoMoreThanTheirBytes) {
         const rlimit cap{limit, limit};
         if (::setrlimit(RLIMIT_AS, &cap) != 0) ::_exit(3);
 #endif
-        QtSettingsStore store(file_);
+        FileSettingsStore store(file_);
         NotificationCenter center;
         AppSettings settings(store, center);
         const AppSettingsValues& v = settings.values();
@@ -405,21 +405,21 @@ TEST_F(QtSettingsStoreTest, SerialisedQtValuesCostNoMoreThanTheirBytes) {
     ASSERT_EQ(::waitpid(child, &status, 0), child);
     EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
 
-    QtSettingsStore store(file_);
+    FileSettingsStore store(file_);
     store.setValue("deepLIsPro", true);
     EXPECT_EQ(fileText(), "[General]\nclaudeModel=kept\ndeepLIsPro=true\n");
 }
 
-TEST(QtSettingsStorePath, FollowsXdgConfigHomeWhenAbsolute) {
+TEST(FileSettingsStorePath, FollowsXdgConfigHomeWhenAbsolute) {
     test::ScopedEnv home("HOME", "/home/someone");
     {
         test::ScopedEnv xdg("XDG_CONFIG_HOME", "/custom/config");
-        EXPECT_EQ(QtSettingsStore::defaultFilePath(), fs::path("/custom/config/tavi/tavi.conf"));
+        EXPECT_EQ(FileSettingsStore::defaultFilePath(), fs::path("/custom/config/tavi/tavi.conf"));
     }
     for (std::optional<std::string> unusable : {std::optional<std::string>(), std::optional<std::string>(""),
                                                 std::optional<std::string>("relative/config")}) {
         test::ScopedEnv xdg("XDG_CONFIG_HOME", unusable);
-        EXPECT_EQ(QtSettingsStore::defaultFilePath(), fs::path("/home/someone/.config/tavi/tavi.conf"));
+        EXPECT_EQ(FileSettingsStore::defaultFilePath(), fs::path("/home/someone/.config/tavi/tavi.conf"));
     }
 }
 

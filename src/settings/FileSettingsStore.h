@@ -14,8 +14,9 @@ namespace tavi {
 // The user's settings file, $XDG_CONFIG_HOME/tavi/tavi.conf (~/.config when
 // XDG_CONFIG_HOME is unset, empty or relative): an INI file in QSettings'
 // IniFormat, one key per property in its [General] group, read and written
-// with Tavi's own codec (SettingsFileFormat.h) and replaced whole through Qt's
-// QSaveFile.
+// with Tavi's own codec (SettingsFileFormat.h) and replaced whole (written to
+// a private temporary file, synced, renamed over the old one). Needs no Qt, so
+// the command line starts without it.
 //
 // - The file holds API secrets: its directory is created 0700 and the file
 //   0600 before anything is written; an existing file loses any group or
@@ -38,13 +39,13 @@ namespace tavi {
 //   again with every later write, and lastWriteSucceeded() tells. Unreadable
 //   content (garbage) loads as missing keys and is replaced at the next write;
 //   a file that exists but cannot be read at all is never overwritten.
-// - Needs no QCoreApplication. One owning thread.
-class QtSettingsStore : public SettingsStore {
+// - One owning thread.
+class FileSettingsStore : public SettingsStore {
 public:
-    explicit QtSettingsStore(std::filesystem::path file);
-    ~QtSettingsStore() override;
-    QtSettingsStore(const QtSettingsStore&) = delete;
-    QtSettingsStore& operator=(const QtSettingsStore&) = delete;
+    explicit FileSettingsStore(std::filesystem::path file);
+    ~FileSettingsStore() override;
+    FileSettingsStore(const FileSettingsStore&) = delete;
+    FileSettingsStore& operator=(const FileSettingsStore&) = delete;
 
     // Where the user's settings live, from the environment of this process.
     static std::filesystem::path defaultFilePath();

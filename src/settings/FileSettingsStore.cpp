@@ -1,4 +1,4 @@
-#include "settings/QtSettingsStore.h"
+#include "settings/FileSettingsStore.h"
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -9,8 +9,6 @@
 #include <cstdlib>
 #include <vector>
 
-#include <QSaveFile>
-#include <QString>
 
 #include "core/NotificationCenter.h"
 #include "core/UserDirectories.h"
@@ -60,49 +58,64 @@ std::optional<std::string> readWholeFile(const std::filesystem::path& file) {
 }
 
 // Replaces the file whole: a write cut short by a crash or a full disk
-// leaves the old file in place.
+// leaves the old file in place. The new file starts private and is on disk
+// before it takes the old one's name.
 bool replaceFile(const std::filesystem::path& file, const std::string& text) {
-    QSaveFile out(QString::fromStdString(file.string()));
-    out.setDirectWriteFallback(false);
-    if (!out.open(QIODevice::WriteOnly)) return false;
-    if (out.write(text.data(), static_cast<qint64>(text.size())) != static_cast<qint64>(text.size())) {
-        out.cancelWriting();
+    std::string temporary = file.string() + ".XXXXXX";
+    const int fd = ::mkostemp(temporary.data(), O_CLOEXEC);
+    if (fd < 0) return false;
+    bool written = ::fchmod(fd, kPrivateFileMode) == 0;
+    for (std::size_t done = 0; written && done < text.size();) {
+        const ssize_t n = ::write(fd, text.data() + done, text.size() - done);
+        if (n < 0 && errno == EINTR) continue;
+        written = n > 0;
+        if (written) done += static_cast<std::size_t>(n);
+    }
+    written = written && ::fsync(fd) == 0;
+    written = ::close(fd) == 0 && written;
+    if (!written || ::rename(temporary.c_str(), file.c_str()) != 0) {
+        ::unlink(temporary.c_str());
         return false;
     }
-    return out.commit();
+    // The rename itself is on disk once the folder is.
+    if (const int folder = ::open(file.parent_path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); folder >= 0) {
+        ::fsync(folder);
+        ::close(folder);
+    }
+    return true;
 }
 
 }  // namespace
 
 // Read without the writers' lock: the file is only ever replaced whole, so a
 // read sees one version of it or another, never a mixture.
-QtSettingsStore::QtSettingsStore(std::filesystem::path file) : file_(std::move(file)) {
+FileSettingsStore::FileSettingsStore(std::filesystem::path file) : file_(std::move(file)) {
     if (std::optional<std::string> text = readWholeFile(file_)) entries_ = parseSettingsFile(*text);
 }
 
-QtSettingsStore::~QtSettingsStore() = default;
+FileSettingsStore::~FileSettingsStore() = default;
 
-std::filesystem::path QtSettingsStore::defaultFilePath() {
+std::filesystem::path FileSettingsStore::defaultFilePath() {
     return userConfigDirectory() / "tavi" / "tavi.conf";
 }
 
-std::optional<StoredValue> QtSettingsStore::value(std::string_view key) const {
+std::optional<StoredValue> FileSettingsStore::value(std::string_view key) const {
     if (auto it = unsaved_.find(key); it != unsaved_.end()) return it->second;
     if (auto it = entries_.find(key); it != entries_.end()) return it->second;
     return std::nullopt;
 }
 
-void QtSettingsStore::setValue(std::string_view key, const StoredValue& value) {
+void FileSettingsStore::setValue(std::string_view key, const StoredValue& value) {
     unsaved_.insert_or_assign(std::string(key), value);
     persist();
 }
 
-void QtSettingsStore::remove(std::string_view key) {
+void FileSettingsStore::remove(std::string_view key) {
     unsaved_.insert_or_assign(std::string(key), std::nullopt);
     persist();
 }
 
-void QtSettingsStore::reload() {
+void FileSettingsStore::reload() {
     // Unsaved changes stay on top of what is read (value() looks at them first).
     entries_.clear();
     if (std::optional<std::string> text = readWholeFile(file_)) entries_ = parseSettingsFile(*text);
@@ -110,7 +123,7 @@ void QtSettingsStore::reload() {
 
 // Makes sure the file exists with private permissions before secrets are
 // written into it: the replacement takes over the existing file's permissions.
-bool QtSettingsStore::prepareFile() {
+bool FileSettingsStore::prepareFile() {
     if (!makePrivateDirectories(file_.parent_path())) return false;
     const int fd = ::open(file_.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, kPrivateFileMode);
     if (fd < 0) return false;
@@ -122,7 +135,7 @@ bool QtSettingsStore::prepareFile() {
 }
 
 // One writer's turn: the file as it is now, with every unsaved change on top.
-bool QtSettingsStore::writeMerged() {
+bool FileSettingsStore::writeMerged() {
     const std::optional<std::string> current = readWholeFile(file_);
     if (!current) return false;
     SettingsFileEntries merged = parseSettingsFile(*current);
@@ -136,7 +149,7 @@ bool QtSettingsStore::writeMerged() {
     return true;
 }
 
-void QtSettingsStore::persist() {
+void FileSettingsStore::persist() {
     bool saved = false;
     if (prepareFile()) {
         // Writers take turns for the whole read-merge-write round, so that
@@ -154,7 +167,7 @@ void QtSettingsStore::persist() {
     lastWriteSucceeded_ = saved;
 }
 
-std::optional<std::string> QtSettingsStore::lastWriteFailure() const {
+std::optional<std::string> FileSettingsStore::lastWriteFailure() const {
     if (lastWriteSucceeded_) return std::nullopt;
     return "无法写入设置文件：" + file_.string();
 }
@@ -162,7 +175,7 @@ std::optional<std::string> QtSettingsStore::lastWriteFailure() const {
 AppSettings& AppSettings::shared() {
     // Never destroyed: other singletons may still read settings during exit.
     static AppSettings* const instance = [] {
-        static QtSettingsStore* const store = new QtSettingsStore(QtSettingsStore::defaultFilePath());
+        static FileSettingsStore* const store = new FileSettingsStore(FileSettingsStore::defaultFilePath());
         return new AppSettings(*store, NotificationCenter::defaultCenter());
     }();
     return *instance;

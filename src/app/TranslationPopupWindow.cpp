@@ -1,6 +1,7 @@
 #include "app/TranslationPopupWindow.h"
 
 #include <QCloseEvent>
+#include <QMouseEvent>
 #include <QGuiApplication>
 #include <QPainter>
 #include <QPainterPath>
@@ -149,6 +150,16 @@ void TranslationPopupWindow::paintEvent(QPaintEvent*) {
     if (rounded_) painter.drawRoundedRect(bounds, kCornerRadius, kCornerRadius);
     else painter.drawRect(bounds);
 }
+
+void TranslationPopupWindow::mousePressEvent(QMouseEvent* event) {
+    if (event->button() == Qt::LeftButton) dragOffset_ = event->globalPosition().toPoint() - pos();
+}
+
+void TranslationPopupWindow::mouseMoveEvent(QMouseEvent* event) {
+    if (dragOffset_ && (event->buttons() & Qt::LeftButton)) move(event->globalPosition().toPoint() - *dragOffset_);
+}
+
+void TranslationPopupWindow::mouseReleaseEvent(QMouseEvent*) { dragOffset_.reset(); }
 
 void TranslationPopupWindow::closeEvent(QCloseEvent* event) {
     // Any request to close fades out the same way.

@@ -1,6 +1,9 @@
 #pragma once
 
+#include <QPoint>
 #include <QWidget>
+
+#include <optional>
 
 #include "core/Subscription.h"
 #include "core/TranslationResult.h"
@@ -34,6 +37,10 @@ public:
 protected:
     void paintEvent(QPaintEvent* event) override;
     void closeEvent(QCloseEvent* event) override;
+    // Dragging the background (the header, the margins) moves the popup.
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
 
 private:
     void place(Point pointer);
@@ -47,6 +54,7 @@ private:
     bool fadingOut_ = false;
     bool rounded_;
     Subscription outsideClickMonitor_;
+    std::optional<QPoint> dragOffset_;
 };
 
 }  // namespace tavi

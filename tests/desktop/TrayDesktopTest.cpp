@@ -82,6 +82,11 @@ TEST_F(TrayDesktopTest, PopupFlipsAtTheEdgesOfTheSecondMonitor) {
     ASSERT_TRUE(x.waitUntil([&] { return popupShown(); })) << tray->log();
     EXPECT_EQ(popupGeometry(), (Rect{3700 - 412, 1000 - 312, kPopup.width, kPopup.height}));
 
+    // Dragged by its header, it follows the pointer.
+    x.drag({3288 + 150, 688 + 20}, {3288 + 50, 688 - 80});
+    EXPECT_TRUE(x.waitUntil([&] { return popupGeometry() == Rect{3188, 588, kPopup.width, kPopup.height}; }))
+        << testing::PrintToString(popupGeometry());
+
     // Shown again while shown: moved and refilled in place.
     x.movePointer({1000, 200});
     x.chord({XKey::altLeft, XKey::a});

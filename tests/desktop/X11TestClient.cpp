@@ -65,6 +65,16 @@ void X11TestClient::click(Point at, std::uint8_t button) {
     pointer();
 }
 
+void X11TestClient::drag(Point from, Point to) {
+    movePointer(from);
+    xcb_test_fake_input(connection_, XCB_BUTTON_PRESS, 1, XCB_CURRENT_TIME, XCB_WINDOW_NONE, 0, 0, 0);
+    constexpr int kSteps = 5;
+    for (int step = 1; step <= kSteps; ++step)
+        movePointer({from.x + (to.x - from.x) * step / kSteps, from.y + (to.y - from.y) * step / kSteps});
+    xcb_test_fake_input(connection_, XCB_BUTTON_RELEASE, 1, XCB_CURRENT_TIME, XCB_WINDOW_NONE, 0, 0, 0);
+    pointer();
+}
+
 Point X11TestClient::pointer() {
     Freed<xcb_query_pointer_reply_t> reply{
         xcb_query_pointer_reply(connection_, xcb_query_pointer(connection_, root_), nullptr)};

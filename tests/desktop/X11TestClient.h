@@ -41,6 +41,8 @@ public:
     void release(std::uint8_t key);
     void movePointer(Point to);
     void click(Point at, std::uint8_t button = 1);
+    // Presses the left button at `from`, moves to `to` in steps, releases.
+    void drag(Point from, Point to);
     Point pointer();
 
     xcb_window_t inputFocus();

@@ -30,9 +30,6 @@ public:
     // Shows `result`; the pin and the copy confirmation start afresh.
     void setResult(const TranslationResult& result, Actions actions);
 
-    bool isPinned() const { return isPinned_; }
-    bool copied() const { return copied_; }
-
     // How the languages read in the header: "英语 → 中文（简体）", with the
     // detected language for automatic detection: "自动检测（英语）→ 日语".
     static QString languageLine(const TranslationResult& result);

@@ -32,8 +32,6 @@ public:
     void show(const TranslationResult& result, Point pointer);
     void dismiss();
 
-    TranslationPopupView& view() const { return *view_; }
-
 protected:
     void paintEvent(QPaintEvent* event) override;
     void closeEvent(QCloseEvent* event) override;

@@ -20,11 +20,9 @@ SelectedTextCapture::SelectedTextCapture(SelectionReader& selection, Clipboard& 
 
 SelectedTextCapture::~SelectedTextCapture() = default;
 
-void SelectedTextCapture::readSelection(TextCallback done) { selection_.readSelectedText(std::move(done)); }
-
 void SelectedTextCapture::captureSelectedText(TextCallback done) {
     std::weak_ptr<SelectedTextCapture*> weak = self_;
-    readSelection([weak, done = std::move(done)](std::optional<std::string> selected) mutable {
+    selection_.readSelectedText([weak, done = std::move(done)](std::optional<std::string> selected) mutable {
         auto self = weak.lock();
         if (!self) return;
         std::string trimmed = selected ? trimWhitespaceAndNewlines(*selected) : std::string();

@@ -35,9 +35,6 @@ public:
     // when that is empty. Nothing when both give no text.
     void captureSelectedText(TextCallback done);
 
-    // The desktop's selection exactly as given (possibly empty), or nothing.
-    void readSelection(TextCallback done);
-
     // Sends the copy shortcut, waits kCopyDelay, reads the clipboard's text
     // and restores every item and type the clipboard held before (a
     // clipboard that was empty is left empty). The text read is returned even

@@ -46,7 +46,8 @@ struct DesktopPlatformResult {
 // user; nothing when one can. Cheap enough to ask before any window exists.
 std::optional<std::string> desktopUnavailable();
 
-// Picks the backend for the session Tavi runs in. Backends write what the
+// Picks the backend for the session Tavi runs in (ask desktopUnavailable()
+// first for the reason when there is none). Backends write what the
 // user may need to know (a hotkey another program holds, ...) to `log`.
 DesktopPlatformResult openDesktopPlatform(EventLoop& loop, std::function<void(std::string_view)> log);
 

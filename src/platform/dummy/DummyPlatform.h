@@ -112,7 +112,6 @@ class DummyMouseDownMonitor final : public MouseDownMonitor {
 public:
     Subscription watch(std::function<void(Point)> onMouseDown) override;
     void click(Point at) { watchers_.notify(at); }
-    bool watched() const { return !watchers_.empty(); }
     bool available = true;
 
 private:

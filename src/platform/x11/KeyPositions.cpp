@@ -41,10 +41,5 @@ std::optional<std::uint8_t> xKeyCodeForPosition(std::uint32_t position) {
     return std::nullopt;
 }
 
-std::optional<std::uint32_t> positionForXKeyCode(std::uint8_t keyCode) {
-    for (const auto& [stored, input] : kPositions)
-        if (input + kEvdevOffset == keyCode) return stored;
-    return std::nullopt;
-}
 
 }  // namespace tavi::x11

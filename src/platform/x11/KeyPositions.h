@@ -11,6 +11,5 @@ namespace tavi::x11 {
 // position, so one table maps them whatever layout the user types with.
 
 std::optional<std::uint8_t> xKeyCodeForPosition(std::uint32_t position);
-std::optional<std::uint32_t> positionForXKeyCode(std::uint8_t keyCode);
 
 }  // namespace tavi::x11

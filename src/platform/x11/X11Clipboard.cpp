@@ -28,15 +28,14 @@ bool isMetaTarget(std::string_view name) {
 void readSelectionText(X11Connection& connection, X11Selections& selections, xcb_atom_t selection,
                        std::function<void(std::optional<std::string>)> done) {
     X11Selections* engine = &selections;
-    const xcb_atom_t latin1 = XCB_ATOM_STRING;
     selections.convert(selection, connection.atom("UTF8_STRING"), kTargetBound,
-                       [engine, selection, latin1, done = std::move(done)](std::optional<SelectionData> utf8) mutable {
+                       [engine, selection, done = std::move(done)](std::optional<SelectionData> utf8) mutable {
                            if (utf8) {
                                // Owners do not always keep their promise of UTF-8.
                                done(replacingInvalidUtf8(utf8->bytes));
                                return;
                            }
-                           engine->convert(selection, latin1, kTargetBound,
+                           engine->convert(selection, XCB_ATOM_STRING, kTargetBound,
                                            [done = std::move(done)](std::optional<SelectionData> text) {
                                                if (text) done(latin1ToUtf8(text->bytes));
                                                else done(std::nullopt);

@@ -15,6 +15,8 @@ packages=(
   # The desktop tests: an X server, a window manager, a session bus and the
   # tools that play the user's other programs.
   xvfb openbox dbus-daemon dbus-bin libglib2.0-bin x11-xserver-utils x11-xkb-utils xclip
+  # A real terminal emulator, to check that the copy fallback never interrupts one.
+  xterm
   # Fuzzing and the Unicode data the grapheme test checks against.
   clang-14 libclang-rt-14-dev
   unicode-data

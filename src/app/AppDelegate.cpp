@@ -73,32 +73,34 @@ void AppDelegate::openSettings() { deps_.ui.showSettingsWindow(); }
 
 void AppDelegate::translateSelectedText() {
     std::weak_ptr<AppDelegate*> weak = self_;
-    deps_.capture.captureSelectedText([weak](std::optional<std::string> text) {
+    deps_.capture.captureSelectedText([weak](TextRead selected) {
         auto self = weak.lock();
+        if (!self) return;
+        if (selected.tooLarge) return (*self)->showFailure({}, selectionTooLargeMessage(*selected.tooLarge));
         // Nothing selected anywhere: no popup, no message.
-        if (!self || !text) return;
-        (*self)->translateAndShow(std::move(*text));
+        if (selected.text) (*self)->translateAndShow(std::move(*selected.text));
     });
 }
 
 void AppDelegate::translateAndShow(std::string text) {
     std::weak_ptr<AppDelegate*> weak = self_;
-    deps_.translation.translate(text, [weak, text](Result<TranslationResult> outcome) {
+    deps_.translation.translate(text, [weak, text](Result<TranslationResult> outcome) mutable {
         auto self = weak.lock();
         if (!self) return;
         AppDelegate& delegate = **self;
-        if (outcome.ok()) {
-            delegate.showPopup(outcome.value());
-            return;
-        }
-        TranslationResult failed;
-        failed.sourceText = text;
-        failed.translatedText = "翻译失败：" + describe(outcome.error());
-        failed.sourceLanguage = Language::auto_;
-        failed.targetLanguage = delegate.deps_.settings.targetLanguage();
-        failed.provider = "—";
-        delegate.showPopup(failed);
+        if (outcome.ok()) delegate.showPopup(outcome.value());
+        else delegate.showFailure(std::move(text), describe(outcome.error()));
     });
+}
+
+void AppDelegate::showFailure(std::string sourceText, const std::string& description) {
+    TranslationResult failed;
+    failed.sourceText = std::move(sourceText);
+    failed.translatedText = "翻译失败：" + description;
+    failed.sourceLanguage = Language::auto_;
+    failed.targetLanguage = deps_.settings.targetLanguage();
+    failed.provider = "—";
+    showPopup(failed);
 }
 
 void AppDelegate::showPopup(const TranslationResult& result) {

@@ -69,6 +69,8 @@ public:
     void translateSelectedText();
     void translateAndShow(std::string text);
     void showPopup(const TranslationResult& result);
+    // Shows "翻译失败：" and `description` in the popup, as a result of no service.
+    void showFailure(std::string sourceText, const std::string& description);
     void startScreenshot();
     void toggleClipboardMonitor();
     void registerHotkeys();

@@ -18,6 +18,19 @@ constexpr int kCopiedForMs = 2000;
 
 QString qt(std::string_view text) { return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size())); }
 
+// Laying out a wrapped label takes time in proportion to its text: past a
+// few pages the popup would freeze for seconds. Long texts show their
+// beginning; the copy button still copies the whole translation.
+constexpr qsizetype kShownCharacters = 20000;
+
+QString shown(std::string_view text) {
+    QString whole = qt(text);
+    if (whole.size() <= kShownCharacters) return whole;
+    qsizetype cut = kShownCharacters;
+    if (whole.at(cut - 1).isHighSurrogate()) --cut;
+    return whole.left(cut) + QStringLiteral("…\n\n（全文共 %1 字，这里只显示开头的部分）").arg(whole.size());
+}
+
 QToolButton* makeButton(QWidget* parent, const QString& name) {
     auto* button = new QToolButton(parent);
     button->setAutoRaise(true);
@@ -156,8 +169,8 @@ void TranslationPopupView::setResult(const TranslationResult& result, Actions ac
     const QString languages = languageLine(result);
     languages_->setText(languages);
     languages_->setToolTip(languages);
-    translated_->setText(qt(result.translatedText));
-    source_->setText(qt(result.sourceText));
+    translated_->setText(shown(result.translatedText));
+    source_->setText(shown(result.sourceText));
     sourceCaption_->setVisible(!result.sourceText.empty());
     scroll_->verticalScrollBar()->setValue(0);
     isPinned_ = false;

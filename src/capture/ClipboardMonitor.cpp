@@ -1,5 +1,7 @@
 #include "capture/ClipboardMonitor.h"
 
+#include <algorithm>
+
 #include "core/Text.h"
 
 namespace tavi {
@@ -24,7 +26,11 @@ void ClipboardMonitor::start() {
     });
 }
 
-void ClipboardMonitor::stop() { timer_.cancel(); }
+void ClipboardMonitor::stop() {
+    timer_.cancel();
+    // A read still under way belongs to the monitoring just stopped.
+    ++generation_;
+}
 
 void ClipboardMonitor::check() {
     const std::int64_t count = clipboard_.changeCount();
@@ -35,8 +41,10 @@ void ClipboardMonitor::check() {
     if (!settings.clipboardMonitorEnabled || !settings.autoTranslateOnCopy) return;
 
     std::weak_ptr<ClipboardMonitor*> weak = self_;
-    clipboard_.readText([weak](std::optional<std::string> text) {
-        if (auto self = weak.lock()) (*self)->consider(text);
+    clipboard_.readText([weak, generation = generation_](TextRead read) {
+        auto self = weak.lock();
+        if (!self || (*self)->generation_ != generation) return;
+        (*self)->consider(read.text);
     });
 }
 
@@ -44,11 +52,16 @@ void ClipboardMonitor::consider(const std::optional<std::string>& text) {
     if (!text) return;
     if (trimWhitespaceAndNewlines(*text).empty()) return;
     // The untrimmed text is measured on purpose: blanks around a single
-    // letter make it long enough.
-    const auto length = static_cast<std::int64_t>(countGraphemeClusters(*text));
-    if (length < settings_().minTextLengthForAutoTranslate) return;
-    loop_.post([handler = onText_, copied = *text] {
-        if (handler) handler(copied);
+    // letter make it long enough. Counting stops at the minimum, so that a
+    // huge copy costs no more than a short one here.
+    const std::int64_t minimum = settings_().minTextLengthForAutoTranslate;
+    const auto enough = static_cast<std::size_t>(std::max<std::int64_t>(minimum, 0));
+    const auto length = static_cast<std::int64_t>(countGraphemeClusters(*text, enough));
+    if (length < minimum) return;
+    std::weak_ptr<ClipboardMonitor*> weak = self_;
+    loop_.post([weak, generation = generation_, copied = *text] {
+        auto self = weak.lock();
+        if (self && (*self)->generation_ == generation && (*self)->onText_) (*self)->onText_(copied);
     });
 }
 

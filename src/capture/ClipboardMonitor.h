@@ -48,6 +48,7 @@ private:
     TextHandler onText_;
     Subscription timer_;
     std::int64_t lastChangeCount_;
+    std::uint64_t generation_ = 0;
     // Lets answers that arrive after destruction do nothing.
     std::shared_ptr<ClipboardMonitor*> self_;
 };

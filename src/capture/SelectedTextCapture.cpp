@@ -7,6 +7,7 @@ namespace tavi {
 struct SelectedTextCapture::Fallback {
     TextCallback done;
     ClipboardSnapshot snapshot;
+    bool copySent = false;
     Subscription delay;
 };
 
@@ -22,18 +23,17 @@ SelectedTextCapture::~SelectedTextCapture() = default;
 
 void SelectedTextCapture::captureSelectedText(TextCallback done) {
     std::weak_ptr<SelectedTextCapture*> weak = self_;
-    selection_.readSelectedText([weak, done = std::move(done)](std::optional<std::string> selected) mutable {
+    selection_.readSelectedText([weak, done = std::move(done)](TextRead selected) mutable {
         auto self = weak.lock();
         if (!self) return;
-        std::string trimmed = selected ? trimWhitespaceAndNewlines(*selected) : std::string();
-        if (!trimmed.empty()) {
-            done(std::move(trimmed));
-            return;
-        }
-        (*self)->copyFallback([done = std::move(done)](std::optional<std::string> copied) {
-            std::string text = copied ? trimWhitespaceAndNewlines(*copied) : std::string();
-            if (text.empty()) done(std::nullopt);
-            else done(std::move(text));
+        // Too large is an answer: the user did select something.
+        if (selected.tooLarge) return done(std::move(selected));
+        std::string trimmed = selected.text ? trimWhitespaceAndNewlines(*selected.text) : std::string();
+        if (!trimmed.empty()) return done(TextRead::of(std::move(trimmed)));
+        (*self)->copyFallback([done = std::move(done)](TextRead copied) {
+            if (copied.tooLarge) return done(std::move(copied));
+            std::string text = copied.text ? trimWhitespaceAndNewlines(*copied.text) : std::string();
+            done(text.empty() ? TextRead::nothing() : TextRead::of(std::move(text)));
         });
     });
 }
@@ -50,18 +50,27 @@ void SelectedTextCapture::startNextFallback() {
     run->done = std::move(waiting_.front());
     waiting_.pop_front();
 
+    // Where Control+C would interrupt a program rather than copy, whatever
+    // is selected there is in the selection already: send nothing.
+    if (!keys_.focusedApplicationCopies()) {
+        finishFallback(run, TextRead::nothing());
+        return;
+    }
     std::weak_ptr<SelectedTextCapture*> weak = self_;
-    clipboard_.readSnapshot([weak, run](ClipboardSnapshot snapshot) {
+    clipboard_.readSnapshot([weak, run](ClipboardSnapshotRead saved) {
         auto self = weak.lock();
         if (!self) return;
-        run->snapshot = std::move(snapshot);
+        // What could not be saved could not be put back either.
+        if (!saved.whole) return (*self)->finishFallback(run, TextRead::nothing());
+        run->snapshot = std::move(saved.snapshot);
+        run->copySent = true;
         (*self)->keys_.sendCopy([weak, run] {
             auto self = weak.lock();
             if (!self) return;
             run->delay = (*self)->loop_.scheduleOnce(kCopyDelay, [weak, run] {
                 auto self = weak.lock();
                 if (!self) return;
-                (*self)->clipboard_.readText([weak, run](std::optional<std::string> text) {
+                (*self)->clipboard_.readText([weak, run](TextRead text) {
                     if (auto self = weak.lock()) (*self)->finishFallback(run, std::move(text));
                 });
             });
@@ -69,15 +78,21 @@ void SelectedTextCapture::startNextFallback() {
     });
 }
 
-void SelectedTextCapture::finishFallback(const std::shared_ptr<Fallback>& run, std::optional<std::string> text) {
+void SelectedTextCapture::finishFallback(const std::shared_ptr<Fallback>& run, TextRead text) {
     run->delay.cancel();  // it has fired; dropping it frees the task that holds `run`
-    clipboard_.clear();
-    if (run->snapshot)
-        for (ClipboardItem& item : *run->snapshot) clipboard_.write(std::move(item));
+    if (run->copySent) {
+        clipboard_.clear();
+        if (run->snapshot)
+            for (ClipboardItem& item : *run->snapshot) clipboard_.write(std::move(item));
+    }
     fallbackRunning_ = false;
     // Answer on a fresh turn of the loop, like every other answer here.
     loop_.post([done = std::move(run->done), text = std::move(text)]() mutable { done(std::move(text)); });
     startNextFallback();
+}
+
+std::string selectionTooLargeMessage(std::uint64_t bytes) {
+    return "选中的文本太大（至少 " + describeByteSize(bytes) + "），无法读取，请选择较短的一段文字";
 }
 
 }  // namespace tavi

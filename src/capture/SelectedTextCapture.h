@@ -10,6 +10,7 @@
 #include "platform/Clipboard.h"
 #include "platform/KeySender.h"
 #include "platform/SelectionReader.h"
+#include "platform/TextRead.h"
 
 namespace tavi {
 
@@ -21,7 +22,7 @@ namespace tavi {
 // Owning thread only; every answer arrives there, never from inside the call.
 class SelectedTextCapture {
 public:
-    using TextCallback = std::function<void(std::optional<std::string>)>;
+    using TextCallback = std::function<void(TextRead)>;
 
     // How long the application gets to answer the copy shortcut.
     static constexpr EventLoop::Duration kCopyDelay{150};
@@ -32,7 +33,8 @@ public:
     SelectedTextCapture& operator=(const SelectedTextCapture&) = delete;
 
     // The selection, trimmed of white space and line breaks; the copy fallback
-    // when that is empty. Nothing when both give no text.
+    // when that is empty. Nothing when both give no text; the size alone when
+    // the text is larger than Tavi reads.
     void captureSelectedText(TextCallback done);
 
     // Sends the copy shortcut, waits kCopyDelay, reads the clipboard's text
@@ -41,12 +43,16 @@ public:
     // when the shortcut copied nothing: it is then what was there before.
     // Fallbacks run one after another, so that one never snapshots what
     // another has just copied and the user's clipboard always comes back.
+    //
+    // Nothing is sent, and nothing returned, where the shortcut would do
+    // harm (the focused application does not copy on it) or the clipboard
+    // could not be saved whole (it would not come back).
     void copyFallback(TextCallback done);
 
 private:
     struct Fallback;
     void startNextFallback();
-    void finishFallback(const std::shared_ptr<Fallback>& run, std::optional<std::string> text);
+    void finishFallback(const std::shared_ptr<Fallback>& run, TextRead text);
 
     SelectionReader& selection_;
     Clipboard& clipboard_;
@@ -56,5 +62,8 @@ private:
     bool fallbackRunning_ = false;
     std::shared_ptr<SelectedTextCapture*> self_;
 };
+
+// What the user is told when the selection was larger than Tavi reads.
+std::string selectionTooLargeMessage(std::uint64_t bytes);
 
 }  // namespace tavi

@@ -66,7 +66,7 @@ GraphemeBreakProperties graphemeBreakProperties(char32_t codePoint) {
     return {found->property, found->extendedPictographic};
 }
 
-std::size_t countGraphemeClusters(std::string_view utf8) {
+std::size_t countGraphemeClusters(std::string_view utf8, std::size_t enough) {
     std::size_t clusters = 0;
     Context seen;
     for (std::size_t pos = 0; pos < utf8.size();) {
@@ -74,7 +74,11 @@ std::size_t countGraphemeClusters(std::string_view utf8) {
         // An invalid byte stands alone, as a control character does.
         const GraphemeBreakProperties next =
             scalar.valid ? graphemeBreakProperties(scalar.value) : GraphemeBreakProperties{GraphemeBreak::control, false};
-        if (pos == 0 || breaksBefore(seen, next)) ++clusters;
+        if (pos == 0 || breaksBefore(seen, next)) {
+            // The cluster now starting is the one past `enough`.
+            if (clusters == enough) return clusters;
+            ++clusters;
+        }
         advance(seen, next);
         pos += scalar.length;
     }

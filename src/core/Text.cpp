@@ -61,4 +61,13 @@ std::string lowerHex(std::string_view bytes) {
     return hex;
 }
 
+std::string describeByteSize(std::uint64_t bytes) {
+    constexpr std::uint64_t kKiB = 1024, kMiB = 1024 * 1024;
+    if (bytes < kKiB) return std::to_string(bytes) + " 字节";
+    // Rounded up: a text one byte over a limit of 512 KB is not "512 KB".
+    if (bytes < kMiB) return std::to_string((bytes + kKiB - 1) / kKiB) + " KB";
+    const std::uint64_t tenths = (bytes * 10 + kMiB - 1) / kMiB;
+    return std::to_string(tenths / 10) + "." + std::to_string(tenths % 10) + " MB";
+}
+
 }  // namespace tavi

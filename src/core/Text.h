@@ -16,8 +16,12 @@ std::size_t countScalarValues(std::string_view text);
 // Number of user-perceived characters (extended grapheme clusters, as
 // Unicode's text segmentation rules define them, emoji ZWJ sequences and
 // flag pairs included): "e" + U+0301 is one, "\r\n" is one. An invalid byte
-// is a cluster of its own.
-std::size_t countGraphemeClusters(std::string_view utf8);
+// is a cluster of its own. Counting stops at `enough`, for callers that only
+// need to know whether a text is at least that long.
+std::size_t countGraphemeClusters(std::string_view utf8, std::size_t enough = SIZE_MAX);
+
+// A size for people, rounded up: "980 字节", "300 KB", "8.0 MB" (powers of 1024).
+std::string describeByteSize(std::uint64_t bytes);
 
 std::string toLowerAscii(std::string_view text);
 

@@ -2,6 +2,7 @@
 
 #include <stdexcept>
 
+#include "core/Text.h"
 #include "core/Utf8.h"
 #include "providers/ProviderList.h"
 
@@ -41,6 +42,12 @@ void TranslationService::translate(std::string text, Completion done) {
 }
 
 void TranslationService::translate(std::string text, const AppSettingsValues& settings, Completion done) {
+    if (text.size() > kMaximumTextBytes) {
+        finish(TranslationError::apiError("文本太长（" + describeByteSize(text.size()) + "），超过了单次翻译的上限 " +
+                                          describeByteSize(kMaximumTextBytes) + "，请选择较短的一段文字"),
+               done);
+        return;
+    }
     // Text that is not UTF-8 never reaches a service: it would arrive
     // garbled, or break the signature of the services that sign it.
     if (!isValidUtf8(text)) {

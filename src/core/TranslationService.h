@@ -25,6 +25,12 @@ namespace tavi {
 class TranslationService {
 public:
     using Completion = std::function<void(Result<TranslationResult>)>;
+
+    // More text than any of the services takes in one request (the chat
+    // models' context windows are the largest, at a few hundred KB; the
+    // translation APIs stop far below). A whole book selected by accident
+    // is refused here, at once, rather than after a long upload.
+    static constexpr std::size_t kMaximumTextBytes = 512 * 1024;
     // Reads the current settings; called on the owning thread.
     using SettingsSource = std::function<const AppSettingsValues&()>;
 

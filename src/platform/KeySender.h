@@ -9,6 +9,11 @@ class KeySender {
 public:
     virtual ~KeySender() = default;
 
+    // Whether the focused application takes the copy shortcut as "copy".
+    // Not where it means something else: a terminal emulator turns Control+C
+    // into an interrupt of the program running in it.
+    virtual bool focusedApplicationCopies() = 0;
+
     // Sends the copy shortcut (Control+C; Command+C on macOS) to the focused
     // application as if typed with no other key held, and calls `sent` on the
     // owning thread once it has been sent (or could not be).

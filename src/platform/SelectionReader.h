@@ -1,8 +1,8 @@
 #pragma once
 
 #include <functional>
-#include <optional>
-#include <string>
+
+#include "platform/TextRead.h"
 
 namespace tavi {
 
@@ -14,7 +14,7 @@ public:
 
     // The selected text exactly as the application gives it (possibly empty),
     // or nothing when no selection can be read.
-    virtual void readSelectedText(std::function<void(std::optional<std::string>)> done) = 0;
+    virtual void readSelectedText(std::function<void(TextRead)> done) = 0;
 };
 
 }  // namespace tavi

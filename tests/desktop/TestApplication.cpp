@@ -3,6 +3,7 @@
 #include <poll.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <stdexcept>
@@ -70,7 +71,9 @@ void TestApplication::own(const std::string& selection, Targets targets) {
         owned_[name] = std::move(targets);
     }
     xcb_set_selection_owner(connection_, window_, name, XCB_CURRENT_TIME);
-    xcb_flush(connection_);
+    // Answered only once the server has made us the owner: a reader asking
+    // right after this returns finds us.
+    owns(selection);
 }
 
 bool TestApplication::owns(const std::string& selection) {
@@ -79,6 +82,78 @@ bool TestApplication::owns(const std::string& selection) {
     const bool ours = reply && reply->owner == window_;
     std::free(reply);
     return ours;
+}
+
+void TestApplication::setServing(std::size_t incrementSize, Fault fault) {
+    std::lock_guard guard(mutex_);
+    incrementSize_ = incrementSize;
+    fault_ = fault;
+}
+
+bool TestApplication::answer(const xcb_selection_request_event_t& request) {
+    auto owned = owned_.find(request.selection);
+    if (owned == owned_.end()) return false;
+    const xcb_atom_t targetsAtom = atom("TARGETS");
+    if (request.target == targetsAtom) {
+        std::vector<xcb_atom_t> atoms{targetsAtom};
+        for (const auto& [name, bytes] : owned->second) atoms.push_back(atom(name));
+        if (fault_ == Fault::oddTargets) {
+            for (std::uint32_t i = 0; i < 5000; ++i) atoms.push_back(i % 3 == 0 ? 0u : 0x1FFFFFFFu - i % 7);
+            atoms.insert(atoms.end(), atoms.begin(), atoms.begin() + 2);
+        }
+        xcb_change_property(connection_, XCB_PROP_MODE_REPLACE, request.requestor, request.property, XCB_ATOM_ATOM, 32,
+                            static_cast<std::uint32_t>(atoms.size()), atoms.data());
+        return true;
+    }
+    if (fault_ == Fault::refuse) return false;
+    for (const auto& [name, bytes] : owned->second) {
+        if (atom(name) != request.target) continue;
+        if (fault_ == Fault::wrongFormat) {
+            std::string padded = bytes + std::string((4 - bytes.size() % 4) % 4, '\0');
+            xcb_change_property(connection_, XCB_PROP_MODE_REPLACE, request.requestor, request.property,
+                                request.target, 32, static_cast<std::uint32_t>(padded.size() / 4), padded.data());
+            return true;
+        }
+        if (incrementSize_ == 0 || bytes.size() <= incrementSize_) {
+            xcb_change_property(connection_, XCB_PROP_MODE_REPLACE, request.requestor, request.property,
+                                request.target, 8, static_cast<std::uint32_t>(bytes.size()), bytes.data());
+            return true;
+        }
+        // Too large for one property: announce the size, then one increment
+        // each time the requestor has deleted the last.
+        std::uint32_t announced = static_cast<std::uint32_t>(bytes.size());
+        if (fault_ == Fault::underAnnounce) announced /= 2;
+        if (fault_ == Fault::announceTooMuch) announced = 100u << 20;
+        const std::uint32_t mask = XCB_EVENT_MASK_PROPERTY_CHANGE;
+        xcb_change_window_attributes(connection_, request.requestor, XCB_CW_EVENT_MASK, &mask);
+        xcb_change_property(connection_, XCB_PROP_MODE_REPLACE, request.requestor, request.property, atom("INCR"), 32,
+                            1, &announced);
+        transfers_[{request.requestor, request.property}] = {bytes, request.target};
+        return true;
+    }
+    return false;
+}
+
+void TestApplication::sendNextIncrement(xcb_window_t requestor, xcb_atom_t property) {
+    auto found = transfers_.find({requestor, property});
+    if (found == transfers_.end()) return;
+    Transfer& transfer = found->second;
+    const bool stall = transfer.sent == 1 && (fault_ == Fault::stallAfterFirst || fault_ == Fault::vanishMidway);
+    if (stall) {
+        if (fault_ == Fault::vanishMidway) xcb_destroy_window(connection_, window_);
+        transfers_.erase(found);
+        xcb_flush(connection_);
+        return;
+    }
+    std::size_t length = std::min(incrementSize_, transfer.bytes.size() - transfer.offset);
+    if (fault_ == Fault::stopEarly && transfer.offset >= transfer.bytes.size() / 2) length = 0;
+    const xcb_atom_t type = fault_ == Fault::changeTypeMidway && transfer.sent == 1 ? xcb_atom_t{XCB_ATOM_STRING} : transfer.type;
+    xcb_change_property(connection_, XCB_PROP_MODE_REPLACE, requestor, property, type, 8,
+                        static_cast<std::uint32_t>(length), transfer.bytes.data() + transfer.offset);
+    transfer.offset += length;
+    ++transfer.sent;
+    if (length == 0) transfers_.erase(found);
+    xcb_flush(connection_);
 }
 
 std::vector<std::string> TestApplication::keyPresses() {
@@ -125,44 +200,43 @@ void TestApplication::handle(xcb_generic_event_t* event) {
         return;
     }
     case XCB_SELECTION_REQUEST: {
-        auto* request = reinterpret_cast<xcb_selection_request_event_t*>(event);
+        const auto& request = *reinterpret_cast<xcb_selection_request_event_t*>(event);
         bool served = false;
         {
             std::lock_guard guard(mutex_);
-            auto owned = owned_.find(request->selection);
-            if (owned != owned_.end()) {
-                const xcb_atom_t targetsAtom = atom("TARGETS");
-                if (request->target == targetsAtom) {
-                    std::vector<xcb_atom_t> atoms{targetsAtom};
-                    for (const auto& [name, bytes] : owned->second) atoms.push_back(atom(name));
-                    xcb_change_property(connection_, XCB_PROP_MODE_REPLACE, request->requestor, request->property,
-                                        XCB_ATOM_ATOM, 32, static_cast<std::uint32_t>(atoms.size()), atoms.data());
-                    served = true;
-                } else {
-                    for (const auto& [name, bytes] : owned->second) {
-                        if (atom(name) != request->target) continue;
-                        xcb_change_property(connection_, XCB_PROP_MODE_REPLACE, request->requestor, request->property,
-                                            request->target, 8, static_cast<std::uint32_t>(bytes.size()), bytes.data());
-                        served = true;
-                        break;
-                    }
-                }
-            }
+            if (fault_ == Fault::silent) return;
+            served = answer(request);
         }
         xcb_selection_notify_event_t notify{};
         notify.response_type = XCB_SELECTION_NOTIFY;
-        notify.time = request->time;
-        notify.requestor = request->requestor;
-        notify.selection = request->selection;
-        notify.target = request->target;
-        notify.property = served ? request->property : xcb_atom_t{XCB_ATOM_NONE};
-        xcb_send_event(connection_, 0, request->requestor, XCB_EVENT_MASK_NO_EVENT, reinterpret_cast<char*>(&notify));
+        notify.time = request.time;
+        notify.requestor = request.requestor;
+        notify.selection = request.selection;
+        notify.target = request.target;
+        notify.property = served ? request.property : xcb_atom_t{XCB_ATOM_NONE};
+        xcb_send_event(connection_, 0, request.requestor, XCB_EVENT_MASK_NO_EVENT, reinterpret_cast<char*>(&notify));
         xcb_flush(connection_);
+        return;
+    }
+    case XCB_PROPERTY_NOTIFY: {
+        const auto& notify = *reinterpret_cast<xcb_property_notify_event_t*>(event);
+        if (notify.state != XCB_PROPERTY_DELETE) return;
+        std::lock_guard guard(mutex_);
+        sendNextIncrement(notify.window, notify.atom);
         return;
     }
     default:
         return;
     }
+}
+
+std::string textOfSize(std::size_t size) {
+    std::string text;
+    text.reserve(size);
+    const std::string_view line = "The quick brown fox jumps over the lazy dog. 敏捷的棕色狐狸跳过了懒狗。\n";
+    while (text.size() + line.size() <= size) text += line;
+    text.append(size - text.size(), 'x');
+    return text;
 }
 
 }  // namespace tavi::test

@@ -26,6 +26,25 @@ public:
 
     xcb_window_t window() const { return window_; }
 
+    // How this application answers requests for its selections. Real
+    // programs are not all well-behaved; these are the ways they are not.
+    enum class Fault {
+        none,
+        refuse,            // answers every data request with "no"
+        silent,            // never answers
+        wrongFormat,       // sends text in 32-bit units
+        oddTargets,        // lists thousands of targets, bogus and repeated ones among them
+        stallAfterFirst,   // sends the first increment and then nothing
+        underAnnounce,     // announces half the size it then sends
+        stopEarly,         // ends after half of what it announced
+        changeTypeMidway,  // the second increment comes with another type
+        vanishMidway,      // destroys its window after the first increment
+        announceTooMuch,   // announces 100 MiB
+    };
+    // Data larger than `incrementSize` bytes is sent in increments of that
+    // size, as toolkits do (0: always whole).
+    void setServing(std::size_t incrementSize, Fault fault = Fault::none);
+
     // What Control+C in this window copies.
     void setSelectedText(std::string text);
     // Owns `selection` ("PRIMARY" or "CLIPBOARD") with these targets.
@@ -39,7 +58,17 @@ public:
 private:
     void serve();
     void handle(xcb_generic_event_t* event);
+    // Answers one request; false when it refuses. Called with mutex_ held.
+    bool answer(const xcb_selection_request_event_t& request);
+    void sendNextIncrement(xcb_window_t requestor, xcb_atom_t property);
     xcb_atom_t atom(const std::string& name);
+
+    struct Transfer {
+        std::string bytes;
+        xcb_atom_t type;
+        std::size_t offset = 0;
+        int sent = 0;
+    };
 
     xcb_connection_t* connection_;
     xcb_window_t window_;
@@ -51,6 +80,12 @@ private:
     std::map<xcb_atom_t, Targets> owned_;
     std::vector<std::string> keyPresses_;
     std::atomic<int> copies_{0};
+    std::size_t incrementSize_ = 0;
+    Fault fault_ = Fault::none;
+    std::map<std::pair<xcb_window_t, xcb_atom_t>, Transfer> transfers_;
 };
+
+// Readable text, Chinese and English lines, of exactly `size` bytes.
+std::string textOfSize(std::size_t size);
 
 }  // namespace tavi::test

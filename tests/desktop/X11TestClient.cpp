@@ -87,6 +87,16 @@ xcb_window_t X11TestClient::inputFocus() {
     return reply ? reply->focus : xcb_window_t{XCB_WINDOW_NONE};
 }
 
+bool X11TestClient::isFocusedWithin(xcb_window_t window) {
+    for (xcb_window_t at = inputFocus(); at != XCB_WINDOW_NONE && at != root_;) {
+        if (at == window) return true;
+        Freed<xcb_query_tree_reply_t> tree{xcb_query_tree_reply(connection_, xcb_query_tree(connection_, at), nullptr)};
+        if (!tree) return false;
+        at = tree->parent;
+    }
+    return false;
+}
+
 std::string X11TestClient::property(xcb_window_t window, const std::string& name) {
     Freed<xcb_get_property_reply_t> reply{xcb_get_property_reply(
         connection_, xcb_get_property(connection_, 0, window, atom(name), XCB_GET_PROPERTY_TYPE_ANY, 0, 4096),

@@ -46,6 +46,8 @@ public:
     Point pointer();
 
     xcb_window_t inputFocus();
+    // Whether the keyboard focus is on `window` or a window inside it.
+    bool isFocusedWithin(xcb_window_t window);
     // A viewable top-level client window whose WM_CLASS class is `className`.
     std::optional<xcb_window_t> findWindow(const std::string& className);
     bool isViewable(xcb_window_t window);

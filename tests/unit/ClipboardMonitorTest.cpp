@@ -58,6 +58,16 @@ TEST_F(ClipboardMonitorTest, StartsOncePollsEveryHalfSecondAndSkipsWhatWasThere)
     monitor.start();
     loop.advance(1s);
     EXPECT_EQ(handed.size(), 1u);
+
+    // A read still under way when the monitor stops translates nothing, even
+    // when monitoring resumes before it answers.
+    clipboard.readDelay = 300ms;
+    clipboard.copyTextFromElsewhere("read in flight");
+    loop.advance(ClipboardMonitor::kPollInterval);
+    monitor.stop();
+    monitor.start();
+    loop.advance(1s);
+    EXPECT_EQ(handed.size(), 1u);
 }
 
 TEST_F(ClipboardMonitorTest, LengthCountsUserPerceivedCharactersOfTheUntrimmedText) {

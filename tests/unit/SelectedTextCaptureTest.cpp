@@ -18,12 +18,13 @@ const std::string kPng("\x89PNG\r\n\x1a\n\0\0\0\rIHDR", 16);
 class SelectedTextCaptureTest : public ::testing::Test {
 protected:
     // Runs a capture to its end and returns what it gave.
-    std::optional<std::string> capture() {
-        std::optional<std::optional<std::string>> answer;
-        capturer.captureSelectedText([&](std::optional<std::string> text) { answer = std::move(text); });
+    std::optional<std::string> capture() { return captureRead().text; }
+    TextRead captureRead() {
+        std::optional<TextRead> answer;
+        capturer.captureSelectedText([&](TextRead read) { answer = std::move(read); });
         loop.advance(1s);
         EXPECT_TRUE(answer.has_value()) << "the capture never answered";
-        return answer.value_or(std::nullopt);
+        return answer.value_or(TextRead::nothing());
     }
 
     // The focused application copies `text` when it gets the copy shortcut.
@@ -80,7 +81,7 @@ TEST_F(SelectedTextCaptureTest, ClipboardIsReadOnlyAfterTheApplicationHadItsTime
         sub = loop.scheduleOnce(SelectedTextCapture::kCopyDelay + 1ms, [this] { clipboard.copyTextFromElsewhere("late"); });
     };
     std::optional<std::string> answer;
-    capturer.copyFallback([&](std::optional<std::string> text) { answer = std::move(text); });
+    capturer.copyFallback([&](TextRead read) { answer = std::move(read.text); });
     loop.advance(SelectedTextCapture::kCopyDelay - 1ms);
     EXPECT_FALSE(answer);
     loop.advance(1ms);
@@ -93,10 +94,32 @@ TEST_F(SelectedTextCaptureTest, FallbacksInARowEachRestoreTheUsersClipboard) {
     keys.onCopy = [&] { clipboard.copyTextFromElsewhere("selection " + std::to_string(++copies)); };
     std::vector<std::optional<std::string>> answers;
     for (int i = 0; i < 3; ++i)
-        capturer.copyFallback([&](std::optional<std::string> text) { answers.push_back(std::move(text)); });
+        capturer.copyFallback([&](TextRead read) { answers.push_back(std::move(read.text)); });
     loop.advance(1s);
     EXPECT_EQ(answers, (std::vector<std::optional<std::string>>{"selection 1", "selection 2", "selection 3"}));
     EXPECT_EQ(clipboard.items(), (std::vector<ClipboardItem>{{{"UTF8_STRING", "the user's own"}}}));
+}
+
+TEST_F(SelectedTextCaptureTest, NoCopyIsSentWhereItWouldHarmOrTheClipboardCouldNotComeBack) {
+    const std::vector<ClipboardItem> before = {{{"UTF8_STRING", "the user's own"}}};
+    // A terminal, where Control+C interrupts; a clipboard too large to save.
+    for (const bool terminal : {true, false}) {
+        clipboard.copyFromElsewhere(before);
+        keys.focusCopies = !terminal;
+        clipboard.oversized = terminal ? std::nullopt : std::optional<std::uint64_t>(65u << 20);
+        applicationCopies("would replace it");
+        EXPECT_EQ(captureRead().text, std::nullopt) << terminal;
+        EXPECT_EQ(keys.copiesSent, 0) << terminal;
+        EXPECT_EQ(clipboard.items(), before) << terminal;
+    }
+}
+
+TEST_F(SelectedTextCaptureTest, SelectionTooLargeToReadIsReportedWithoutCopying) {
+    selection.oversized = 70u << 20;
+    const TextRead read = captureRead();
+    EXPECT_EQ(read.tooLarge, std::optional<std::uint64_t>(70u << 20));
+    EXPECT_EQ(keys.copiesSent, 0);
+    EXPECT_EQ(selectionTooLargeMessage(*read.tooLarge), "选中的文本太大（至少 70.0 MB），无法读取，请选择较短的一段文字");
 }
 
 }  // namespace

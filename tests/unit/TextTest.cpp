@@ -105,6 +105,16 @@ TEST(Text, CountsUserPerceivedCharacters) {
         {"\xE4\xB8", 2},
     };
     for (const auto& [text, clusters] : cases) EXPECT_EQ(countGraphemeClusters(text), clusters) << text;
+    // Counting may stop once a caller knows enough.
+    EXPECT_EQ(countGraphemeClusters("\U0001F1E8\U0001F1F3\U0001F1EF\U0001F1F5abc", 2), 2u);
+    EXPECT_EQ(countGraphemeClusters("ab", 5), 2u);
+}
+
+TEST(Text, SizesForPeopleRoundUp) {
+    const std::pair<std::uint64_t, std::string> cases[] = {
+        {980, "980 字节"}, {1025, "2 KB"}, {300 * 1024, "300 KB"}, {8u << 20, "8.0 MB"}, {(64u << 20) + 1, "64.1 MB"},
+    };
+    for (const auto& [bytes, text] : cases) EXPECT_EQ(describeByteSize(bytes), text);
 }
 
 // Unicode's own test file, when the unicode-data package is installed.

@@ -41,12 +41,19 @@ TEST_F(TranslationServiceTest, UnknownProviderFailsWithoutBecomingBusy) {
     EXPECT_EQ(harness.transport.requestCount(), 0u);
 }
 
-TEST_F(TranslationServiceTest, TextThatIsNotUtf8NeverReachesAService) {
-    for (const char* text : {"caf\xe9", "\xed\xa0\x80", "ok\xc0\xa0"}) {
-        auto result = harness.translateAndWait(text);
-        EXPECT_EQ(describe(result.error()), "要翻译的文本不是有效的 UTF-8 文本");
-    }
+TEST_F(TranslationServiceTest, TextThatIsNotUtf8OrTooLongNeverReachesAService) {
+    const std::pair<std::string, std::string> refused[] = {
+        {"caf\xe9", "要翻译的文本不是有效的 UTF-8 文本"},
+        {"\xed\xa0\x80", "要翻译的文本不是有效的 UTF-8 文本"},
+        {"ok\xc0\xa0", "要翻译的文本不是有效的 UTF-8 文本"},
+        {std::string(TranslationService::kMaximumTextBytes + 1, 'a'),
+         "文本太长（513 KB），超过了单次翻译的上限 512 KB，请选择较短的一段文字"},
+        {std::string(3u << 20, 'a'), "文本太长（3.0 MB），超过了单次翻译的上限 512 KB，请选择较短的一段文字"},
+    };
+    for (const auto& [text, message] : refused) EXPECT_EQ(describe(harness.translateAndWait(text).error()), message);
     EXPECT_EQ(harness.transport.requestCount(), 0u);
+    harness.translateAndWait(std::string(TranslationService::kMaximumTextBytes, 'a'));
+    EXPECT_EQ(harness.transport.requestCount(), 1u);  // the longest text allowed goes out
 }
 
 TEST_F(TranslationServiceTest, UnconfiguredProviderKeepsStateAndSendsNothing) {

@@ -47,7 +47,11 @@ std::optional<std::string> DummyKeyboardLayout::keyName(std::uint32_t keyCode) {
     return found->second;
 }
 
-void DummyClipboard::readText(std::function<void(std::optional<std::string>)> done) {
+void DummyClipboard::readText(std::function<void(TextRead)> done) {
+    if (oversized) {
+        loop_.post([done = std::move(done), size = *oversized] { done(TextRead::oversized(size)); });
+        return;
+    }
     std::optional<std::string> text;
     for (const ClipboardItem& item : items_) {
         for (const auto& [type, bytes] : item) {
@@ -58,10 +62,12 @@ void DummyClipboard::readText(std::function<void(std::optional<std::string>)> do
         }
         if (text) break;
     }
-    loop_.post([done = std::move(done), text = std::move(text)] { done(text); });
+    auto answer = [done = std::move(done), text = std::move(text)] { done({text, std::nullopt}); };
+    if (readDelay > EventLoop::Duration::zero()) slowReads_.push_back(loop_.scheduleOnce(readDelay, std::move(answer)));
+    else loop_.post(std::move(answer));
 }
 
-void DummyClipboard::readSnapshot(std::function<void(ClipboardSnapshot)> done) {
+void DummyClipboard::readSnapshot(std::function<void(ClipboardSnapshotRead)> done) {
     ClipboardSnapshot snapshot;
     if (!items_.empty()) {
         snapshot.emplace();
@@ -72,7 +78,9 @@ void DummyClipboard::readSnapshot(std::function<void(ClipboardSnapshot)> done) {
             if (!kept.empty()) snapshot->push_back(std::move(kept));
         }
     }
-    loop_.post([done = std::move(done), snapshot = std::move(snapshot)] { done(snapshot); });
+    loop_.post([done = std::move(done), snapshot = std::move(snapshot), whole = !oversized] {
+        done({snapshot, whole});
+    });
 }
 
 void DummyClipboard::clear() {
@@ -87,6 +95,11 @@ void DummyClipboard::write(ClipboardItem item) {
 
 void DummyClipboard::writeText(std::string text) { write({{"UTF8_STRING", std::move(text)}}); }
 
+void DummyClipboard::handOver(std::function<void()> done) {
+    ++handOvers;
+    loop_.post(std::move(done));
+}
+
 void DummyClipboard::copyFromElsewhere(std::vector<ClipboardItem> items) {
     items_ = std::move(items);
     ++changeCount_;
@@ -94,8 +107,8 @@ void DummyClipboard::copyFromElsewhere(std::vector<ClipboardItem> items) {
 
 void DummyClipboard::copyTextFromElsewhere(std::string text) { copyFromElsewhere({{{"UTF8_STRING", std::move(text)}}}); }
 
-void DummySelection::readSelectedText(std::function<void(std::optional<std::string>)> done) {
-    loop_.post([done = std::move(done), text = selectedText] { done(text); });
+void DummySelection::readSelectedText(std::function<void(TextRead)> done) {
+    loop_.post([done = std::move(done), text = selectedText, oversized = oversized] { done({text, oversized}); });
 }
 
 void DummyKeySender::sendCopy(std::function<void()> sent) {

@@ -58,19 +58,27 @@ public:
     explicit DummyClipboard(EventLoop& loop) : loop_(loop) {}
 
     std::int64_t changeCount() const override { return changeCount_; }
-    void readText(std::function<void(std::optional<std::string>)> done) override;
-    void readSnapshot(std::function<void(ClipboardSnapshot)> done) override;
+    void readText(std::function<void(TextRead)> done) override;
+    void readSnapshot(std::function<void(ClipboardSnapshotRead)> done) override;
     void clear() override;
     void write(ClipboardItem item) override;
     void writeText(std::string text) override;
+    void handOver(std::function<void()> done) override;
 
     // Another program copies: its items replace the clipboard's.
     void copyFromElsewhere(std::vector<ClipboardItem> items);
     void copyTextFromElsewhere(std::string text);
     const std::vector<ClipboardItem>& items() const { return items_; }
 
+    // The owner offers more than a reader takes: reads see only its size.
+    std::optional<std::uint64_t> oversized;
+    // A slow owner: text reads answer this long after they were asked.
+    EventLoop::Duration readDelay{0};
+    int handOvers = 0;
+
 private:
     EventLoop& loop_;
+    std::vector<Subscription> slowReads_;
     std::vector<ClipboardItem> items_;
     std::int64_t changeCount_ = 0;
 };
@@ -78,8 +86,9 @@ private:
 class DummySelection final : public SelectionReader {
 public:
     explicit DummySelection(EventLoop& loop) : loop_(loop) {}
-    void readSelectedText(std::function<void(std::optional<std::string>)> done) override;
+    void readSelectedText(std::function<void(TextRead)> done) override;
     std::optional<std::string> selectedText;
+    std::optional<std::uint64_t> oversized;
 
 private:
     EventLoop& loop_;
@@ -88,7 +97,10 @@ private:
 class DummyKeySender final : public KeySender {
 public:
     explicit DummyKeySender(EventLoop& loop) : loop_(loop) {}
+    bool focusedApplicationCopies() override { return focusCopies; }
     void sendCopy(std::function<void()> sent) override;
+    // False: the focused application is a terminal, where Control+C interrupts.
+    bool focusCopies = true;
     // What the focused application does on the copy shortcut.
     std::function<void()> onCopy;
     int copiesSent = 0;

@@ -12,9 +12,16 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// How long one owner gets to answer one request, and a whole snapshot.
+// How long an owner gets to answer one request, and then each increment of
+// a large answer.
 constexpr EventLoop::Duration kTargetBound = 500ms;
-constexpr auto kSnapshotBound = 2s;
+// A whole snapshot, every type of the clipboard read one after another.
+constexpr auto kSnapshotBound = 5s;
+// More types than any program offers for one copy; an owner listing more is
+// not taken at its word.
+constexpr std::size_t kMaximumSnapshotTargets = 64;
+// How long the clipboard manager gets to take the clipboard when Tavi exits.
+constexpr EventLoop::Duration kHandOverBound = 750ms;
 
 // Targets that describe the selection or act on it rather than hold data.
 bool isMetaTarget(std::string_view name) {
@@ -23,22 +30,33 @@ bool isMetaTarget(std::string_view name) {
     return std::find(std::begin(kMeta), std::end(kMeta), name) != std::end(kMeta);
 }
 
+// Text as UTF-8 from an answer in 8-bit units: STRING is Latin-1, anything
+// else claims UTF-8 (owners do not always keep that promise).
+std::optional<std::string> textOf(const SelectionReply& reply) {
+    if (!reply.converted() || reply.data.format != 8) return std::nullopt;
+    if (reply.data.type == XCB_ATOM_STRING) return latin1ToUtf8(reply.data.bytes);
+    return replacingInvalidUtf8(reply.data.bytes);
+}
+
 }  // namespace
 
 void readSelectionText(X11Connection& connection, X11Selections& selections, xcb_atom_t selection,
-                       std::function<void(std::optional<std::string>)> done) {
+                       std::function<void(TextRead)> done) {
     X11Selections* engine = &selections;
     selections.convert(selection, connection.atom("UTF8_STRING"), kTargetBound,
-                       [engine, selection, done = std::move(done)](std::optional<SelectionData> utf8) mutable {
-                           if (utf8) {
-                               // Owners do not always keep their promise of UTF-8.
-                               done(replacingInvalidUtf8(utf8->bytes));
-                               return;
-                           }
+                       [engine, selection, done = std::move(done)](SelectionReply utf8) mutable {
+                           if (utf8.status == SelectionReply::Status::tooLarge)
+                               return done(TextRead::oversized(utf8.size));
+                           if (std::optional<std::string> text = textOf(utf8)) return done(TextRead::of(*text));
+                           // An owner that stopped answering will not answer
+                           // the older target either.
+                           if (utf8.status == SelectionReply::Status::timedOut) return done(TextRead::nothing());
                            engine->convert(selection, XCB_ATOM_STRING, kTargetBound,
-                                           [done = std::move(done)](std::optional<SelectionData> text) {
-                                               if (text) done(latin1ToUtf8(text->bytes));
-                                               else done(std::nullopt);
+                                           [done = std::move(done)](SelectionReply latin1) {
+                                               if (latin1.status == SelectionReply::Status::tooLarge)
+                                                   return done(TextRead::oversized(latin1.size));
+                                               std::optional<std::string> text = textOf(latin1);
+                                               done(text ? TextRead::of(*text) : TextRead::nothing());
                                            });
                        });
 }
@@ -70,50 +88,64 @@ void X11Clipboard::handle(const xcb_generic_event_t& event) {
     if (notify.selection == clipboard_) ++changeCount_;
 }
 
-void X11Clipboard::readText(std::function<void(std::optional<std::string>)> done) {
+void X11Clipboard::readText(std::function<void(TextRead)> done) {
     readSelectionText(connection_, selections_, clipboard_, std::move(done));
 }
 
 struct X11Clipboard::SnapshotRead {
-    std::function<void(ClipboardSnapshot)> done;
+    std::function<void(ClipboardSnapshotRead)> done;
     std::vector<xcb_atom_t> targets;
     std::size_t next = 0;
     ClipboardItem item;
+    bool whole = true;
     std::chrono::steady_clock::time_point deadline;
 };
 
-void X11Clipboard::readSnapshot(std::function<void(ClipboardSnapshot)> done) {
+void X11Clipboard::readSnapshot(std::function<void(ClipboardSnapshotRead)> done) {
     if (selections_.owner(clipboard_) == XCB_WINDOW_NONE) {
-        connection_.loop().post([done = std::move(done)] { done(std::nullopt); });
+        connection_.loop().post([done = std::move(done)] { done({std::nullopt, true}); });
         return;
     }
     auto read = std::make_shared<SnapshotRead>();
     read->done = std::move(done);
     read->deadline = std::chrono::steady_clock::now() + kSnapshotBound;
-    selections_.convert(clipboard_, connection_.atom("TARGETS"), kTargetBound,
-                        [this, read](std::optional<SelectionData> targets) {
-                            if (targets && targets->format == 32) {
-                                const auto* atoms = reinterpret_cast<const xcb_atom_t*>(targets->bytes.data());
-                                read->targets.assign(atoms, atoms + targets->bytes.size() / 4);
-                            } else {
-                                // An owner that cannot list its targets may still have text.
-                                read->targets = {connection_.atom("UTF8_STRING"), XCB_ATOM_STRING};
-                            }
-                            readNextTarget(read);
-                        });
+    selections_.convert(clipboard_, connection_.atom("TARGETS"), kTargetBound, [this, read](SelectionReply targets) {
+        if (targets.converted() && targets.data.format == 32) {
+            const auto* atoms = reinterpret_cast<const xcb_atom_t*>(targets.data.bytes.data());
+            for (std::size_t i = 0; i < targets.data.bytes.size() / 4; ++i) {
+                if (atoms[i] == XCB_ATOM_NONE ||
+                    std::find(read->targets.begin(), read->targets.end(), atoms[i]) != read->targets.end())
+                    continue;
+                if (read->targets.size() == kMaximumSnapshotTargets) {
+                    read->whole = false;
+                    break;
+                }
+                read->targets.push_back(atoms[i]);
+            }
+        } else {
+            // An owner that cannot list its targets may still have text.
+            read->targets = {connection_.atom("UTF8_STRING"), XCB_ATOM_STRING};
+        }
+        readNextTarget(read);
+    });
 }
 
 void X11Clipboard::readNextTarget(const std::shared_ptr<SnapshotRead>& read) {
     while (read->next < read->targets.size()) {
+        if (std::chrono::steady_clock::now() > read->deadline) {
+            read->whole = false;
+            break;
+        }
         const xcb_atom_t target = read->targets[read->next++];
         std::string name = connection_.atomName(target);
         if (name.empty() || isMetaTarget(name)) continue;
-        if (std::chrono::steady_clock::now() > read->deadline) break;
         selections_.convert(clipboard_, target, kTargetBound,
-                            [this, read, name = std::move(name)](std::optional<SelectionData> data) {
-                                if (data && !data->bytes.empty()) {
-                                    readTypes_[name] = {data->type, data->format};
-                                    read->item.emplace_back(name, std::move(data->bytes));
+                            [this, read, name = std::move(name)](SelectionReply reply) {
+                                if (reply.converted() && !reply.data.bytes.empty()) {
+                                    readTypes_[name] = {reply.data.type, reply.data.format};
+                                    read->item.emplace_back(name, std::move(reply.data.bytes));
+                                } else if (reply.status != SelectionReply::Status::refused) {
+                                    read->whole = false;  // there was data, and it could not be had
                                 }
                                 readNextTarget(read);
                             });
@@ -124,7 +156,7 @@ void X11Clipboard::readNextTarget(const std::shared_ptr<SnapshotRead>& read) {
     std::vector<ClipboardItem> items;
     if (!read->item.empty()) items.push_back(std::move(read->item));
     auto done = std::move(read->done);
-    done(std::move(items));
+    done({std::move(items), read->whole});
 }
 
 void X11Clipboard::clear() { selections_.disown(clipboard_); }
@@ -162,10 +194,29 @@ void X11Clipboard::writeText(std::string text) {
     selections_.own(clipboard_, std::move(offers));
 }
 
+void X11Clipboard::handOver(std::function<void()> done) {
+    const std::vector<X11Selections::Offer>* offers = selections_.owned(clipboard_);
+    const xcb_atom_t manager = connection_.atom("CLIPBOARD_MANAGER");
+    if (!offers || offers->empty() || selections_.owner(manager) == XCB_WINDOW_NONE) {
+        connection_.loop().post(std::move(done));
+        return;
+    }
+    // The desktops' convention (ICCCM, freedesktop's clipboard manager
+    // specification): ask the manager to convert SAVE_TARGETS with the list
+    // of targets to keep; it reads them from us while we wait, takes the
+    // clipboard over and answers.
+    std::vector<xcb_atom_t> targets;
+    for (const X11Selections::Offer& offer : *offers) targets.push_back(offer.target);
+    SelectionData parameter{std::string(reinterpret_cast<const char*>(targets.data()), targets.size() * 4),
+                            XCB_ATOM_ATOM, 32};
+    selections_.convert(manager, connection_.atom("SAVE_TARGETS"), kHandOverBound,
+                        [done = std::move(done)](const SelectionReply&) { done(); }, std::move(parameter));
+}
+
 X11PrimarySelection::X11PrimarySelection(X11Connection& connection, X11Selections& selections)
     : connection_(connection), selections_(selections) {}
 
-void X11PrimarySelection::readSelectedText(std::function<void(std::optional<std::string>)> done) {
+void X11PrimarySelection::readSelectedText(std::function<void(TextRead)> done) {
     readSelectionText(connection_, selections_, XCB_ATOM_PRIMARY, std::move(done));
 }
 

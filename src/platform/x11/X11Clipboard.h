@@ -20,11 +20,12 @@ public:
     X11Clipboard(X11Connection& connection, X11Selections& selections);
 
     std::int64_t changeCount() const override { return changeCount_; }
-    void readText(std::function<void(std::optional<std::string>)> done) override;
-    void readSnapshot(std::function<void(ClipboardSnapshot)> done) override;
+    void readText(std::function<void(TextRead)> done) override;
+    void readSnapshot(std::function<void(ClipboardSnapshotRead)> done) override;
     void clear() override;
     void write(ClipboardItem item) override;
     void writeText(std::string text) override;
+    void handOver(std::function<void()> done) override;
 
 private:
     struct SnapshotRead;
@@ -46,7 +47,7 @@ private:
 class X11PrimarySelection final : public SelectionReader {
 public:
     X11PrimarySelection(X11Connection& connection, X11Selections& selections);
-    void readSelectedText(std::function<void(std::optional<std::string>)> done) override;
+    void readSelectedText(std::function<void(TextRead)> done) override;
 
 private:
     X11Connection& connection_;
@@ -55,6 +56,6 @@ private:
 
 // Reads `selection` as UTF-8 text: UTF8_STRING, else STRING (Latin-1).
 void readSelectionText(X11Connection& connection, X11Selections& selections, xcb_atom_t selection,
-                       std::function<void(std::optional<std::string>)> done);
+                       std::function<void(TextRead)> done);
 
 }  // namespace tavi::x11

@@ -5,6 +5,7 @@
 
 #include <chrono>
 
+#include "platform/x11/CopyShortcutRefusers.h"
 #include "platform/x11/KeyPositions.h"
 
 namespace tavi::x11 {
@@ -26,10 +27,56 @@ X11KeySender::X11KeySender(X11Connection& connection, X11Keyboard& keyboard, X11
     if (!available_) connection_.log()("The X server has no XTest extension: selected text can only be read from PRIMARY.");
 }
 
+bool X11KeySender::focusedApplicationCopies() {
+    const std::string wmClass = focusedWindowClass();
+    const std::size_t separator = wmClass.find('\0');
+    const std::string_view instance = std::string_view(wmClass).substr(0, separator);
+    const std::string_view className =
+        separator == std::string::npos ? std::string_view() : std::string_view(wmClass).substr(separator + 1);
+    return !refusesCopyShortcut(instance, className);
+}
+
+std::string X11KeySender::windowClass(xcb_window_t window) {
+    auto value = connection_.reply<xcb_get_property_reply_t>(
+        xcb_get_property_reply,
+        xcb_get_property(connection_.raw(), 0, window, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, 0, 256));
+    if (!value || value->format != 8) return {};
+    std::string text(static_cast<const char*>(xcb_get_property_value(value.get())),
+                     static_cast<std::size_t>(xcb_get_property_value_length(value.get())));
+    while (!text.empty() && text.back() == '\0') text.pop_back();
+    return text;
+}
+
+std::string X11KeySender::focusedWindowClass() {
+    xcb_connection_t* c = connection_.raw();
+    auto focus = connection_.reply<xcb_get_input_focus_reply_t>(xcb_get_input_focus_reply, xcb_get_input_focus(c));
+    // Toolkits focus their client window or a window inside it: the class is
+    // on the nearest window up the tree that has one.
+    xcb_window_t window = focus ? focus->focus : xcb_window_t{XCB_WINDOW_NONE};
+    constexpr xcb_window_t kPointerRoot = 1;
+    for (int depth = 0; depth < 16 && window != XCB_WINDOW_NONE && window != kPointerRoot &&
+                        window != connection_.root();
+         ++depth) {
+        if (std::string found = windowClass(window); !found.empty()) return found;
+        auto tree = connection_.reply<xcb_query_tree_reply_t>(xcb_query_tree_reply, xcb_query_tree(c, window));
+        if (!tree) break;
+        window = tree->parent;
+    }
+    // A window manager that focuses its frames, or focus following the
+    // pointer: the window manager's idea of the active window.
+    auto active = connection_.reply<xcb_get_property_reply_t>(
+        xcb_get_property_reply, xcb_get_property(c, 0, connection_.root(), connection_.atom("_NET_ACTIVE_WINDOW"),
+                                                 XCB_ATOM_WINDOW, 0, 1));
+    if (active && active->format == 32 && xcb_get_property_value_length(active.get()) == 4)
+        return windowClass(*static_cast<const xcb_window_t*>(xcb_get_property_value(active.get())));
+    return {};
+}
+
 void X11KeySender::sendCopy(std::function<void()> sent) {
     // While the hotkey's key is down, X sends every key to Tavi: wait for it.
     shortcuts_.whenKeysReleased(kHotkeyReleaseBound, [this, sent = std::move(sent)] {
-        if (available_) typeCopy();
+        // The focus may have moved meanwhile, to where Control+C means harm.
+        if (available_ && focusedApplicationCopies()) typeCopy();
         connection_.loop().post(sent);
     });
 }

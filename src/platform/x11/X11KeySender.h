@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string>
+
 #include "platform/KeySender.h"
 #include "platform/x11/X11Connection.h"
 #include "platform/x11/X11Keyboard.h"
@@ -11,10 +13,15 @@ namespace tavi::x11 {
 class X11KeySender final : public KeySender {
 public:
     X11KeySender(X11Connection& connection, X11Keyboard& keyboard, X11Shortcuts& shortcuts);
+    bool focusedApplicationCopies() override;
     void sendCopy(std::function<void()> sent) override;
 
 private:
     void typeCopy();
+    // WM_CLASS (instance and class, NUL-separated) of the client window that
+    // has the keyboard focus; empty when there is none or it has no class.
+    std::string focusedWindowClass();
+    std::string windowClass(xcb_window_t window);
 
     X11Connection& connection_;
     X11Keyboard& keyboard_;

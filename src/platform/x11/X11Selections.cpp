@@ -11,10 +11,24 @@ using namespace std::chrono_literals;
 // A receiver that stops taking increments is given up after this long.
 constexpr EventLoop::Duration kIncrementTimeout = 10s;
 constexpr std::size_t kPreferredChunk = 256u << 10;
+// An abandoned transfer's owner that stays silent this long has stopped; one
+// that keeps sending is cut off after the longer bound.
+constexpr EventLoop::Duration kDrainStall = 2s;
+constexpr EventLoop::Duration kDrainBound = 30s;
 
 std::size_t elementCount(const SelectionData& data) {
     return data.bytes.size() / std::max<std::size_t>(1, data.format / 8);
 }
+
+SelectionReply replyWith(SelectionReply::Status status, std::uint64_t size = 0) {
+    SelectionReply reply;
+    reply.status = status;
+    reply.size = size;
+    return reply;
+}
+
+// Enough for any property Tavi accepts, in the 4-byte units GetProperty counts.
+constexpr std::uint32_t kPropertyReadLength = X11Selections::kMaximumSize / 4 + 1;
 
 }  // namespace
 
@@ -22,10 +36,21 @@ struct X11Selections::Conversion {
     xcb_atom_t selection;
     xcb_atom_t target;
     xcb_atom_t property;
-    std::function<void(std::optional<SelectionData>)> done;
-    Subscription deadline;
+    EventLoop::Duration bound;
+    std::function<void(SelectionReply)> done;
+    Subscription stall;  // the owner's answer, then each increment
+    Subscription whole;  // the whole transfer in increments
     bool incremental = false;
+    std::uint64_t announced = 0;
+    bool receivedIncrement = false;
+    bool ownerDone = false;  // it sent the empty increment that ends a transfer
     SelectionData received;
+};
+
+struct X11Selections::Drain {
+    bool incremental;
+    Subscription stall;
+    Subscription whole;
 };
 
 struct X11Selections::OutgoingTransfer {
@@ -46,7 +71,10 @@ X11Selections::X11Selections(X11Connection& connection)
 }
 
 X11Selections::~X11Selections() {
-    for (auto& conversion : conversions_) conversion->deadline.cancel();
+    for (auto& conversion : conversions_) {
+        conversion->stall.cancel();
+        conversion->whole.cancel();
+    }
 }
 
 xcb_window_t X11Selections::owner(xcb_atom_t selection) {
@@ -56,46 +84,118 @@ xcb_window_t X11Selections::owner(xcb_atom_t selection) {
 }
 
 // Each conversion in flight gets a property of its own on our window, so that
-// answers to several requests never mix.
+// answers to several requests never mix; so does each abandoned transfer
+// whose owner may still write.
 xcb_atom_t X11Selections::freeProperty() {
     for (int n = 0;; ++n) {
         const xcb_atom_t property = connection_.atom("TAVI_SELECTION_" + std::to_string(n));
         const bool used = std::any_of(conversions_.begin(), conversions_.end(),
-                                      [&](const auto& c) { return c->property == property; });
+                                      [&](const auto& c) { return c->property == property; }) ||
+                          draining_.contains(property) || retired_.contains(property);
         if (!used) return property;
     }
 }
 
 void X11Selections::convert(xcb_atom_t selection, xcb_atom_t target, EventLoop::Duration bound,
-                            std::function<void(std::optional<SelectionData>)> done) {
+                            std::function<void(SelectionReply)> done, std::optional<SelectionData> parameter) {
     auto conversion = std::make_shared<Conversion>();
     conversion->selection = selection;
     conversion->target = target;
     conversion->property = freeProperty();
+    conversion->bound = bound;
     conversion->done = std::move(done);
-    std::weak_ptr<X11Selections*> weak = self_;
-    std::weak_ptr<Conversion> weakConversion = conversion;
-    conversion->deadline = connection_.loop().scheduleOnce(bound, [weak, weakConversion] {
-        auto self = weak.lock();
-        auto conversion = weakConversion.lock();
-        if (self && conversion) (*self)->finish(conversion, std::nullopt);
-    });
+    armStallBound(conversion);
     conversions_.push_back(conversion);
-    xcb_delete_property(connection_.raw(), connection_.window(), conversion->property);
-    xcb_convert_selection(connection_.raw(), connection_.window(), selection, target, conversion->property,
-                          XCB_CURRENT_TIME);
+    xcb_connection_t* c = connection_.raw();
+    if (parameter) {
+        xcb_change_property(c, XCB_PROP_MODE_REPLACE, connection_.window(), conversion->property, parameter->type,
+                            parameter->format, static_cast<std::uint32_t>(elementCount(*parameter)),
+                            parameter->bytes.data());
+    } else {
+        xcb_delete_property(c, connection_.window(), conversion->property);
+    }
+    xcb_convert_selection(c, connection_.window(), selection, target, conversion->property, XCB_CURRENT_TIME);
     connection_.flush();
 }
 
-void X11Selections::finish(const std::shared_ptr<Conversion>& conversion, std::optional<SelectionData> data) {
+void X11Selections::armStallBound(const std::shared_ptr<Conversion>& conversion) {
+    std::weak_ptr<X11Selections*> weak = self_;
+    std::weak_ptr<Conversion> weakConversion = conversion;
+    conversion->stall = connection_.loop().scheduleOnce(conversion->bound, [weak, weakConversion] {
+        auto self = weak.lock();
+        auto conversion = weakConversion.lock();
+        if (self && conversion) (*self)->finish(conversion, replyWith(SelectionReply::Status::timedOut));
+    });
+}
+
+// Takes the conversion by value: callers often hold it only through the list
+// that this erases it from.
+void X11Selections::finish(std::shared_ptr<Conversion> conversion, SelectionReply reply) {
     auto found = std::find(conversions_.begin(), conversions_.end(), conversion);
     if (found == conversions_.end()) return;  // already answered
     conversions_.erase(found);
-    conversion->deadline.cancel();
-    xcb_delete_property(connection_.raw(), connection_.window(), conversion->property);
-    connection_.flush();
+    conversion->stall.cancel();
+    conversion->whole.cancel();
+    if (conversion->incremental && !conversion->ownerDone && !reply.converted()) {
+        drain(conversion->property, true);
+    } else if (reply.status == SelectionReply::Status::timedOut) {
+        // The owner may still answer late, into this property.
+        drain(conversion->property, false);
+    } else {
+        xcb_delete_property(connection_.raw(), connection_.window(), conversion->property);
+        connection_.flush();
+    }
     auto done = std::move(conversion->done);
-    if (done) done(std::move(data));
+    if (done) done(std::move(reply));
+}
+
+// An owner that is still sending waits for each increment to be taken: take
+// them, unread, so that it finishes (the next reader of its selection would
+// otherwise find it stuck), and keep the property for it until it has.
+void X11Selections::drain(xcb_atom_t property, bool incremental) {
+    auto drain = std::make_unique<Drain>();
+    drain->incremental = incremental;
+    std::weak_ptr<X11Selections*> weak = self_;
+    drain->stall = connection_.loop().scheduleOnce(kDrainStall, [weak, property] {
+        if (auto self = weak.lock()) (*self)->endDrain(property, false);
+    });
+    drain->whole = connection_.loop().scheduleOnce(kDrainBound, [weak, property] {
+        if (auto self = weak.lock()) (*self)->endDrain(property, false);
+    });
+    draining_[property] = std::move(drain);
+    xcb_delete_property(connection_.raw(), connection_.window(), property);
+    connection_.flush();
+}
+
+void X11Selections::drainIncrement(xcb_atom_t property) {
+    // The size alone: the data is not wanted.
+    auto value = connection_.reply<xcb_get_property_reply_t>(
+        xcb_get_property_reply,
+        xcb_get_property(connection_.raw(), 0, connection_.window(), property, XCB_GET_PROPERTY_TYPE_ANY, 0, 0));
+    if (!value || value->type == XCB_ATOM_NONE) return;
+    if (value->bytes_after == 0 && value->type != connection_.atom("INCR")) {
+        endDrain(property, true);  // the empty increment: the owner is done
+        return;
+    }
+    auto& drain = draining_.at(property);
+    std::weak_ptr<X11Selections*> weak = self_;
+    drain->stall = connection_.loop().scheduleOnce(kDrainStall, [weak, property] {
+        if (auto self = weak.lock()) (*self)->endDrain(property, false);
+    });
+    xcb_delete_property(connection_.raw(), connection_.window(), property);
+    connection_.flush();
+}
+
+void X11Selections::endDrain(xcb_atom_t property, bool ownerFinished) {
+    auto found = draining_.find(property);
+    if (found == draining_.end()) return;
+    const bool incremental = found->second->incremental;
+    draining_.erase(found);
+    // A transfer that stopped half-way could wake up the moment the property
+    // is deleted for another read and write into it: never use it again.
+    if (incremental && !ownerFinished) retired_.insert(property);
+    xcb_delete_property(connection_.raw(), connection_.window(), property);
+    connection_.flush();
 }
 
 void X11Selections::handle(const xcb_generic_event_t& event) {
@@ -111,7 +211,10 @@ void X11Selections::handle(const xcb_generic_event_t& event) {
         return;
     case XCB_SELECTION_CLEAR: {
         const auto& clear = reinterpret_cast<const xcb_selection_clear_event_t&>(event);
-        if (clear.owner == connection_.window()) owned_.erase(clear.selection);
+        if (clear.owner != connection_.window() || !owned_.contains(clear.selection)) return;
+        // Our own disown() before a new own() sends one too, and it may be
+        // read only after that: a selection we hold again stays served.
+        if (owner(clear.selection) != connection_.window()) owned_.erase(clear.selection);
         return;
     }
     default:
@@ -132,33 +235,59 @@ void X11Selections::onSelectionNotify(const xcb_selection_notify_event_t& notify
     }
     if (!conversion) return;
     if (notify.property == XCB_ATOM_NONE) {
-        finish(conversion, std::nullopt);
+        finish(conversion, replyWith(SelectionReply::Status::refused));
         return;
     }
     auto property = connection_.reply<xcb_get_property_reply_t>(
-        xcb_get_property_reply,
-        xcb_get_property(connection_.raw(), 1, connection_.window(), conversion->property, XCB_GET_PROPERTY_TYPE_ANY,
-                         0, static_cast<std::uint32_t>(kMaximumSize / 4 + 1)));
-    if (!property || property->type == XCB_ATOM_NONE || property->bytes_after > 0) {
-        finish(conversion, std::nullopt);
+        xcb_get_property_reply, xcb_get_property(connection_.raw(), 1, connection_.window(), conversion->property,
+                                                 XCB_GET_PROPERTY_TYPE_ANY, 0, kPropertyReadLength));
+    if (!property || property->type == XCB_ATOM_NONE) {
+        finish(conversion, replyWith(SelectionReply::Status::refused));
         return;
     }
+    const auto length = static_cast<std::size_t>(xcb_get_property_value_length(property.get()));
     if (property->type == connection_.atom("INCR")) {
         // Deleting the property (done by the read) asks the owner for the
-        // first increment.
+        // first increment. The size it announces is a lower bound.
         conversion->incremental = true;
+        std::uint64_t announced = 0;
+        if (property->format == 32 && length >= 4)
+            announced = *static_cast<const std::uint32_t*>(xcb_get_property_value(property.get()));
+        if (announced > kMaximumSize) {
+            finish(conversion, replyWith(SelectionReply::Status::tooLarge, announced));
+            return;
+        }
+        conversion->announced = announced;
+        std::weak_ptr<X11Selections*> weak = self_;
+        std::weak_ptr<Conversion> weakConversion = conversion;
+        conversion->whole = connection_.loop().scheduleOnce(kTransferBound, [weak, weakConversion] {
+            auto self = weak.lock();
+            auto conversion = weakConversion.lock();
+            if (self && conversion) (*self)->finish(conversion, replyWith(SelectionReply::Status::timedOut));
+        });
+        armStallBound(conversion);
         return;
     }
-    const auto* value = static_cast<const char*>(xcb_get_property_value(property.get()));
-    const auto length = static_cast<std::size_t>(xcb_get_property_value_length(property.get()));
-    finish(conversion, SelectionData{std::string(value, length), property->type, property->format});
+    if (property->bytes_after > 0) {
+        finish(conversion, replyWith(SelectionReply::Status::tooLarge, length + property->bytes_after));
+        return;
+    }
+    SelectionReply reply;
+    reply.status = SelectionReply::Status::converted;
+    reply.data = {std::string(static_cast<const char*>(xcb_get_property_value(property.get())), length),
+                  property->type, property->format};
+    finish(conversion, std::move(reply));
 }
 
 void X11Selections::onPropertyNotify(const xcb_property_notify_event_t& notify) {
     if (notify.window == connection_.window() && notify.state == XCB_PROPERTY_NEW_VALUE) {
-        for (const auto& conversion : conversions_) {
-            if (conversion->incremental && conversion->property == notify.atom) {
-                readIncrement(conversion);
+        if (draining_.contains(notify.atom)) {
+            drainIncrement(notify.atom);
+            return;
+        }
+        for (const auto& candidate : conversions_) {
+            if (candidate->incremental && candidate->property == notify.atom) {
+                readIncrement(candidate);  // a copy: the read may end the conversion
                 return;
             }
         }
@@ -173,27 +302,56 @@ void X11Selections::onPropertyNotify(const xcb_property_notify_event_t& notify) 
     sendNextIncrement(*found->second);
 }
 
-void X11Selections::readIncrement(const std::shared_ptr<Conversion>& conversion) {
+void X11Selections::readIncrement(std::shared_ptr<Conversion> conversion) {
     auto property = connection_.reply<xcb_get_property_reply_t>(
-        xcb_get_property_reply,
-        xcb_get_property(connection_.raw(), 1, connection_.window(), conversion->property, XCB_GET_PROPERTY_TYPE_ANY,
-                         0, static_cast<std::uint32_t>(kMaximumSize / 4 + 1)));
-    if (!property || property->bytes_after > 0) {
-        finish(conversion, std::nullopt);
+        xcb_get_property_reply, xcb_get_property(connection_.raw(), 1, connection_.window(), conversion->property,
+                                                 XCB_GET_PROPERTY_TYPE_ANY, 0, kPropertyReadLength));
+    if (!property) {
+        finish(conversion, replyWith(SelectionReply::Status::refused));
         return;
     }
+    if (property->type == XCB_ATOM_NONE) return;  // deleted again before we looked
+    SelectionData& received = conversion->received;
     const auto length = static_cast<std::size_t>(xcb_get_property_value_length(property.get()));
+    if (property->bytes_after > 0 || received.bytes.size() + length > kMaximumSize) {
+        finish(conversion,
+               replyWith(SelectionReply::Status::tooLarge, received.bytes.size() + length + property->bytes_after));
+        return;
+    }
+    // Increments after the first must keep its type and format; mixed
+    // pieces would make no sense together.
+    if (conversion->receivedIncrement && (property->type != received.type || property->format != received.format)) {
+        finish(conversion, replyWith(SelectionReply::Status::refused));
+        return;
+    }
     if (length == 0) {
-        finish(conversion, std::move(conversion->received));
+        conversion->ownerDone = true;
+        // The announced size is a lower bound: an owner that ends below it
+        // broke off.
+        if (received.bytes.size() < conversion->announced) {
+            finish(conversion, replyWith(SelectionReply::Status::refused));
+            return;
+        }
+        SelectionReply reply;
+        reply.status = SelectionReply::Status::converted;
+        reply.data = std::move(received);
+        if (!conversion->receivedIncrement) {
+            reply.data.type = property->type;
+            reply.data.format = property->format;
+        }
+        finish(conversion, std::move(reply));
         return;
     }
-    if (conversion->received.bytes.size() + length > kMaximumSize) {
-        finish(conversion, std::nullopt);
-        return;
-    }
-    conversion->received.type = property->type;
-    conversion->received.format = property->format;
-    conversion->received.bytes.append(static_cast<const char*>(xcb_get_property_value(property.get())), length);
+    conversion->receivedIncrement = true;
+    received.type = property->type;
+    received.format = property->format;
+    received.bytes.append(static_cast<const char*>(xcb_get_property_value(property.get())), length);
+    armStallBound(conversion);
+}
+
+const std::vector<X11Selections::Offer>* X11Selections::owned(xcb_atom_t selection) const {
+    auto found = owned_.find(selection);
+    return found == owned_.end() ? nullptr : &found->second;
 }
 
 void X11Selections::own(xcb_atom_t selection, std::vector<Offer> offers) {

@@ -8,7 +8,8 @@
 
 namespace tavi {
 
-QtShellUi::QtShellUi(DesktopPlatform& desktop) : desktop_(desktop) {}
+QtShellUi::QtShellUi(DesktopPlatform& desktop, std::function<void()> quit)
+    : desktop_(desktop), quit_(std::move(quit)) {}
 
 QtShellUi::~QtShellUi() = default;
 
@@ -31,8 +32,6 @@ void QtShellUi::showSettingsWindow() { logLine("The settings window is not part 
 
 void QtShellUi::startScreenshot() { logLine("Screenshot translation is not part of this version yet."); }
 
-// exit(), not quit(): Qt 6 lets windows veto a quit, and the popup answers
-// every close request with its fade-out.
-void QtShellUi::quit() { QCoreApplication::exit(0); }
+void QtShellUi::quit() { quit_(); }
 
 }  // namespace tavi

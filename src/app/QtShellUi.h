@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 
 #include "app/ShellUi.h"
@@ -14,7 +15,8 @@ class TranslationPopupWindow;
 // the life of the process.
 class QtShellUi final : public ShellUi {
 public:
-    explicit QtShellUi(DesktopPlatform& desktop);
+    // `quit` ends the application (see main).
+    QtShellUi(DesktopPlatform& desktop, std::function<void()> quit);
     ~QtShellUi() override;
 
     bool installStatusItem(std::function<std::vector<MenuEntry>()> entries,
@@ -27,6 +29,7 @@ public:
 
 private:
     DesktopPlatform& desktop_;
+    std::function<void()> quit_;
     std::unique_ptr<TrayIcon> tray_;
     std::unique_ptr<TranslationPopupWindow> popup_;
 };

@@ -2,13 +2,17 @@
 
 #include <QApplication>
 #include <QSocketNotifier>
+#include <QTimer>
 
 #include <sys/socket.h>
 #include <unistd.h>
 
 #include <csignal>
 #include <cstdio>
+#include <chrono>
 #include <cstdlib>
+#include <functional>
+#include <utility>
 
 #include "app/AppDelegate.h"
 #include "app/ApplicationService.h"
@@ -27,16 +31,19 @@ namespace {
 
 int signalPipe[2] = {-1, -1};
 
+// However quitting goes, the process is gone within this.
+constexpr std::chrono::milliseconds kQuitBound{900};
+
 void onTerminationSignal(int) {
     const char byte = 1;
     [[maybe_unused]] auto written = ::write(signalPipe[1], &byte, 1);
 }
 
 // SIGTERM and SIGINT end the application the way its menu does.
-void quitOnTerminationSignals(QObject* context) {
+void quitOnTerminationSignals(QObject* context, const std::function<void()>& quit) {
     if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, signalPipe) != 0) return;
     auto* notifier = new QSocketNotifier(signalPipe[0], QSocketNotifier::Read, context);
-    QObject::connect(notifier, &QSocketNotifier::activated, context, [] { QCoreApplication::exit(0); });
+    QObject::connect(notifier, &QSocketNotifier::activated, context, [&quit] { quit(); });
     struct sigaction action {};
     action.sa_handler = onTerminationSignal;
     sigemptyset(&action.sa_mask);
@@ -65,7 +72,11 @@ int main(int argc, char** argv) {
     QApplication::setApplicationName(QStringLiteral("Tavi"));
     QApplication::setDesktopFileName(QStringLiteral("org.morvel.Tavi"));
     QApplication::setQuitOnLastWindowClosed(false);
-    quitOnTerminationSignals(&application);
+    // Until everything is up, quitting is just leaving the loop. exit(), not
+    // quit(): Qt 6 lets windows veto a quit, and the popup answers every
+    // close request with its fade-out.
+    std::function<void()> quit = [] { QCoreApplication::exit(0); };
+    quitOnTerminationSignals(&application, quit);
 
     // One Tavi per session: a second start leaves the first running.
     if (applicationAlreadyRuns()) {
@@ -84,8 +95,19 @@ int main(int argc, char** argv) {
 
     AppSettings& settings = AppSettings::shared();
     ThreadPool background(2);
-    TranslationService::installShared({[&settings]() -> const AppSettingsValues& { return settings.values(); },
-                                       CurlHttpClient::shared(), loop, background});
+    const auto translationService =
+        TranslationService::installShared({[&settings]() -> const AppSettingsValues& { return settings.values(); },
+                                           CurlHttpClient::shared(), loop, background});
+    // Quitting is immediate whatever is in flight: transfers are abandoned
+    // (the workers then end at once), and what Tavi serves on the clipboard
+    // goes to the desktop's clipboard manager, which has a short while to
+    // take it.
+    quit = [&desktop, quitting = false]() mutable {
+        if (std::exchange(quitting, true)) return;
+        CurlHttpClient::shared().abandonTransfers();
+        desktop.clipboard().handOver([] { QCoreApplication::exit(0); });
+        QTimer::singleShot(kQuitBound, qApp, [] { QCoreApplication::exit(0); });
+    };
     HotkeyManager hotkeys(desktop.shortcuts());
     ClipboardMonitor clipboardMonitor(desktop.clipboard(), loop,
                                       [&settings]() -> const AppSettingsValues& { return settings.values(); },
@@ -94,7 +116,7 @@ int main(int argc, char** argv) {
                                               delegate->translateAndShow(std::move(text));
                                       });
     SelectedTextCapture capture(desktop.selection(), desktop.clipboard(), desktop.keySender(), loop);
-    QtShellUi ui(desktop);
+    QtShellUi ui(desktop, [&quit] { quit(); });
     // The report is prepared here, where the settings live, and sent from a
     // worker: the tray never waits for it.
     const auto startupReport = [&settings, &background, &loop](auto done) {

@@ -205,7 +205,60 @@ public:
     std::size_t connectionsOpened() const { return connectionsOpened_; }
     const Options& options() const { return options_; }
 
+    void abandonTransfers() {
+        std::lock_guard lock(activeMutex_);
+        abandoned_ = true;
+        for (CURLM* multi : active_) curl_multi_wakeup(multi);
+    }
+
 private:
+    // curl_easy_perform, but on a multi handle of its own so that
+    // abandonTransfers() can wake it from any thread and end it at once.
+    CURLcode performAbandonably(CURL* handle) {
+        CURLM* multi = curl_multi_init();
+        if (multi == nullptr) return CURLE_OUT_OF_MEMORY;
+        {
+            std::lock_guard lock(activeMutex_);
+            if (abandoned_) {
+                curl_multi_cleanup(multi);
+                return CURLE_ABORTED_BY_CALLBACK;
+            }
+            active_.push_back(multi);
+        }
+        curl_multi_add_handle(multi, handle);
+        CURLcode result = CURLE_OK;
+        for (int running = 1;;) {
+            if (curl_multi_perform(multi, &running) != CURLM_OK) {
+                result = CURLE_OUT_OF_MEMORY;
+                break;
+            }
+            if (running == 0) {
+                int left = 0;
+                while (CURLMsg* message = curl_multi_info_read(multi, &left))
+                    if (message->msg == CURLMSG_DONE) result = message->data.result;
+                break;
+            }
+            // curl's own time-outs still apply: it wakes the poll for them.
+            curl_multi_poll(multi, nullptr, 0, 1000, nullptr);
+            if (isAbandoned()) {
+                result = CURLE_ABORTED_BY_CALLBACK;
+                break;
+            }
+        }
+        {
+            std::lock_guard lock(activeMutex_);
+            std::erase(active_, multi);
+        }
+        curl_multi_remove_handle(multi, handle);
+        curl_multi_cleanup(multi);
+        return result;
+    }
+
+    bool isAbandoned() {
+        std::lock_guard lock(activeMutex_);
+        return abandoned_;
+    }
+
     Result<HttpResponse> perform(CURL* handle, const HttpRequest& request) {
         char errorText[CURL_ERROR_SIZE] = {};
         Transfer transfer;
@@ -252,13 +305,15 @@ private:
             curl_easy_setopt(handle, CURLOPT_POSTFIELDS, request.body.data());
         }
 
-        const CURLcode code = curl_easy_perform(handle);
+        const CURLcode code = performAbandonably(handle);
 
         long newConnections = 0;
         if (curl_easy_getinfo(handle, CURLINFO_NUM_CONNECTS, &newConnections) == CURLE_OK && newConnections > 0) {
             connectionsOpened_ += static_cast<std::size_t>(newConnections);
         }
 
+        if (code == CURLE_ABORTED_BY_CALLBACK) return TransportError{TransportError::Kind::other, hostOf(request.url),
+                                                                    "Tavi 正在退出，请求已取消"};
         if (code != CURLE_OK) return failure(code, errorText, request.url, transfer.tooLarge);
 
         curl_easy_getinfo(handle, CURLINFO_RESPONSE_CODE, &transfer.response.status);
@@ -319,6 +374,9 @@ private:
     std::mutex poolMutex_;
     std::vector<CURL*> idle_;
     std::atomic<std::size_t> connectionsOpened_{0};
+    std::mutex activeMutex_;
+    std::vector<CURLM*> active_;
+    bool abandoned_ = false;
 };
 
 CurlHttpClient::Options CurlHttpClient::Options::fromEnvironment() {
@@ -351,6 +409,8 @@ CurlHttpClient& CurlHttpClient::shared() {
 Result<HttpResponse> CurlHttpClient::send(const HttpRequest& request) { return session_->send(request); }
 
 std::size_t CurlHttpClient::connectionsOpened() const { return session_->connectionsOpened(); }
+
+void CurlHttpClient::abandonTransfers() { session_->abandonTransfers(); }
 
 const CurlHttpClient::Options& CurlHttpClient::options() const { return session_->options(); }
 

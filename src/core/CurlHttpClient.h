@@ -47,6 +47,10 @@ public:
 
     Result<HttpResponse> send(const HttpRequest& request) override;
 
+    // For a process about to exit: every transfer in progress ends at once
+    // with a TransportError, and so does every later one, from any thread.
+    void abandonTransfers();
+
     // New connections made so far (reused ones are not counted).
     std::size_t connectionsOpened() const;
 

@@ -27,9 +27,12 @@ TranslationService& TranslationService::shared() {
     return *instance;
 }
 
-void TranslationService::installShared(Dependencies dependencies) {
+TranslationService::SharedInstance TranslationService::installShared(Dependencies dependencies) {
     sharedSlot() = std::make_unique<TranslationService>(std::move(dependencies));
+    return {};
 }
+
+TranslationService::SharedInstance::~SharedInstance() { sharedSlot().reset(); }
 
 const std::vector<std::unique_ptr<TranslationProvider>>& TranslationService::providers() {
     return allProviders();

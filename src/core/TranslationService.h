@@ -49,9 +49,11 @@ public:
     TranslationService& operator=(const TranslationService&) = delete;
 
     // The process's instance. installShared() must run first, on the owning
-    // thread, with the dependencies the application has set up.
+    // thread, with the dependencies the application has set up; the instance
+    // lives as long as the returned handle, which must not outlive them.
     static TranslationService& shared();
-    static void installShared(Dependencies dependencies);
+    class SharedInstance;
+    [[nodiscard]] static SharedInstance installShared(Dependencies dependencies);
 
     // Starts a translation of `text` exactly as given. `done` runs later on the
     // owning thread, never from inside this call.
@@ -83,6 +85,17 @@ private:
     std::vector<std::weak_ptr<std::function<void()>>> observers_;
     // Lets completions that arrive after destruction do nothing.
     std::shared_ptr<TranslationService*> self_;
+};
+
+class TranslationService::SharedInstance {
+public:
+    SharedInstance(const SharedInstance&) = delete;
+    SharedInstance& operator=(const SharedInstance&) = delete;
+    ~SharedInstance();
+
+private:
+    friend class TranslationService;
+    SharedInstance() = default;
 };
 
 }  // namespace tavi

@@ -8,6 +8,7 @@
 
 #include "ChildProcess.h"
 #include "DesktopFixture.h"
+#include "TestCertificates.h"
 #include "core/TranslationService.h"
 
 namespace tavi::test {
@@ -98,6 +99,69 @@ TEST_F(TrayDesktopTest, InATerminalTheHotkeySendsNoKeyAndInterruptsNothing) {
     EXPECT_EQ(keysTyped(editor), std::vector<std::string>{"54/4"});
     EXPECT_EQ(fileText(log), "");
     std::filesystem::remove_all(dir);
+}
+
+// The pid owning Tavi's bus name, or nothing.
+std::optional<pid_t> busNameOwner() {
+    const CliResult owner = runProgram("/usr/bin/dbus-send",
+                                       {"--session", "--print-reply=literal", "--dest=org.freedesktop.DBus",
+                                        "/org/freedesktop/DBus", "org.freedesktop.DBus.GetConnectionUnixProcessID",
+                                        "string:org.morvel.Tavi"},
+                                       "", {}, 10);
+    const std::size_t at = owner.out.find("uint32 ");
+    if (owner.exitCode != 0 || at == std::string::npos) return std::nullopt;
+    return static_cast<pid_t>(std::stol(owner.out.substr(at + 7)));
+}
+
+TEST_F(TrayDesktopTest, QuitIsImmediateWithATranslationInFlight) {
+    FakeHttpsServer slow;
+    slow.on("POST", "/v1/chat/completions", slow.stall(60s));
+    const EnvVars env = {{"TAVI_CONNECT_TO", slow.connectTo("api.openai.com")},
+                         {"TAVI_CA_BUNDLE", TestCertificates::instance().caPath()}};
+    TestApplication editor;
+    editor.own("PRIMARY", {{"UTF8_STRING", "for a slow service"}});
+    for (const bool bySignal : {false, true}) {
+        TrayProcess tray(env, {{"openAIAPIKey", "sk-desktop"}});
+        ASSERT_TRUE(x.waitUntil([&] { return tray.started() && x.isGrabbedElsewhere(XKey::a, kAlt); })) << tray.log();
+        const std::size_t before = slow.requestCount();
+        x.chord({XKey::altLeft, XKey::a});
+        ASSERT_TRUE(x.waitUntil([&] { return slow.requestCount() == before + 1; })) << tray.log();
+
+        const auto quitting = Clock::now();
+        if (!bySignal) {
+            ASSERT_EQ(tray.tavi({"quit"}).exitCode, 0);
+        }
+        EXPECT_EQ(tray.waitForExit(bySignal, 1s), 0) << (bySignal ? "SIGTERM" : "tavi quit") << tray.log();
+        std::printf("%s with a translation in flight: gone after %.2f s\n", bySignal ? "SIGTERM" : "tavi quit",
+                    secondsSince(quitting));
+        // The name is free: the next Tavi starts at once.
+        TrayProcess next(env, {{"openAIAPIKey", "sk-desktop"}});
+        EXPECT_TRUE(x.waitUntil([&] { return busNameOwner() == next.pid(); }, 5s)) << next.log();
+    }
+}
+
+TEST_F(TrayDesktopTest, TheClipboardTaviServesOutlivesItThroughTheClipboardManager) {
+    TestApplication manager;
+    manager.actAsClipboardManager();
+    auto editor = std::make_unique<TestApplication>();
+    ASSERT_TRUE(x.waitUntil([&] { return x.inputFocus() == editor->window(); }));
+    xcb_set_selection_owner(x.raw(), XCB_WINDOW_NONE, XCB_ATOM_PRIMARY, XCB_CURRENT_TIME);
+    const std::string png("\x89PNG\r\n\x1a\n\0\0\0\rIHDR", 16);
+    editor->own("CLIPBOARD", {{"UTF8_STRING", "the user's clipboard"}, {"image/png", png}});
+    editor->setSelectedText("Selected in the editor");
+    auto tray = startTavi();
+
+    // The copy fallback leaves Tavi serving the user's clipboard.
+    x.chord({XKey::altLeft, XKey::a});
+    ASSERT_TRUE(x.waitUntil([&] { return popupShown(); })) << tray->log();
+    ASSERT_TRUE(x.waitUntil([&] { return !editor->owns("CLIPBOARD"); }));
+    editor.reset();  // the editor is closed: nobody else has the data
+
+    ASSERT_EQ(tray->tavi({"quit"}).exitCode, 0);
+    EXPECT_EQ(tray->waitForExit(false, 1s), 0) << tray->log();
+    EXPECT_EQ(manager.savedTargets(), (std::vector<std::string>{"UTF8_STRING", "image/png"}));
+    EXPECT_EQ(clipboard("UTF8_STRING"), "the user's clipboard");
+    EXPECT_EQ(clipboard("image/png"), png);
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <stdexcept>
@@ -156,6 +157,77 @@ void TestApplication::sendNextIncrement(xcb_window_t requestor, xcb_atom_t prope
     xcb_flush(connection_);
 }
 
+void TestApplication::actAsClipboardManager() { own("CLIPBOARD_MANAGER", {}); }
+
+std::vector<std::string> TestApplication::savedTargets() {
+    std::lock_guard guard(mutex_);
+    return savedTargets_;
+}
+
+std::string TestApplication::atomName(xcb_atom_t atom) {
+    xcb_get_atom_name_reply_t* reply = xcb_get_atom_name_reply(connection_, xcb_get_atom_name(connection_, atom), nullptr);
+    std::string name = reply ? std::string(xcb_get_atom_name_name(reply), xcb_get_atom_name_name_length(reply)) : "";
+    std::free(reply);
+    return name;
+}
+
+// Reads one target of the clipboard into a property of our window and waits
+// for the answer here, on the serving thread: a manager does nothing else
+// meanwhile. Small data only, as the tests give.
+std::optional<std::string> TestApplication::convertClipboard(xcb_atom_t target) {
+    const xcb_atom_t property = atom("TAVI_TEST_SAVED");
+    xcb_convert_selection(connection_, window_, atom("CLIPBOARD"), target, property, XCB_CURRENT_TIME);
+    xcb_flush(connection_);
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+    while (std::chrono::steady_clock::now() < deadline) {
+        xcb_generic_event_t* event = xcb_poll_for_event(connection_);
+        if (!event) {
+            pollfd fd{xcb_get_file_descriptor(connection_), POLLIN, 0};
+            ::poll(&fd, 1, 10);
+            continue;
+        }
+        const bool answered = (event->response_type & 0x7F) == XCB_SELECTION_NOTIFY;
+        const bool converted = answered && reinterpret_cast<xcb_selection_notify_event_t*>(event)->property == property;
+        std::free(event);
+        if (!answered) continue;
+        if (!converted) return std::nullopt;
+        xcb_get_property_reply_t* value = xcb_get_property_reply(
+            connection_, xcb_get_property(connection_, 1, window_, property, XCB_GET_PROPERTY_TYPE_ANY, 0, 1 << 20),
+            nullptr);
+        std::optional<std::string> bytes;
+        if (value) bytes = std::string(static_cast<const char*>(xcb_get_property_value(value)),
+                                       static_cast<std::size_t>(xcb_get_property_value_length(value)));
+        std::free(value);
+        return bytes;
+    }
+    return std::nullopt;
+}
+
+bool TestApplication::saveClipboard(const xcb_selection_request_event_t& request) {
+    // The targets to save are listed on the requestor's property.
+    xcb_get_property_reply_t* list = xcb_get_property_reply(
+        connection_,
+        xcb_get_property(connection_, 0, request.requestor, request.property, XCB_ATOM_ATOM, 0, 1024), nullptr);
+    std::vector<xcb_atom_t> targets;
+    if (list) {
+        const auto* atoms = static_cast<const xcb_atom_t*>(xcb_get_property_value(list));
+        targets.assign(atoms, atoms + xcb_get_property_value_length(list) / 4);
+    }
+    std::free(list);
+    Targets saved;
+    std::vector<std::string> names;
+    for (xcb_atom_t target : targets) {
+        names.push_back(atomName(target));
+        if (std::optional<std::string> bytes = convertClipboard(target)) saved.emplace_back(names.back(), *bytes);
+    }
+    {
+        std::lock_guard guard(mutex_);
+        savedTargets_ = names;
+    }
+    own("CLIPBOARD", saved);
+    return true;
+}
+
 std::vector<std::string> TestApplication::keyPresses() {
     std::lock_guard guard(mutex_);
     return keyPresses_;
@@ -202,7 +274,9 @@ void TestApplication::handle(xcb_generic_event_t* event) {
     case XCB_SELECTION_REQUEST: {
         const auto& request = *reinterpret_cast<xcb_selection_request_event_t*>(event);
         bool served = false;
-        {
+        if (request.target == atom("SAVE_TARGETS")) {
+            served = saveClipboard(request);
+        } else {
             std::lock_guard guard(mutex_);
             if (fault_ == Fault::silent) return;
             served = answer(request);

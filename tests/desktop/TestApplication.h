@@ -5,6 +5,7 @@
 #include <atomic>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -45,6 +46,13 @@ public:
     // size, as toolkits do (0: always whole).
     void setServing(std::size_t incrementSize, Fault fault = Fault::none);
 
+    // Acts as the desktop's clipboard manager: owns CLIPBOARD_MANAGER and,
+    // asked to SAVE_TARGETS, reads the listed targets from the clipboard's
+    // owner, takes the clipboard over and serves them.
+    void actAsClipboardManager();
+    // The targets it was last asked to save, by name, in the order listed.
+    std::vector<std::string> savedTargets();
+
     // What Control+C in this window copies.
     void setSelectedText(std::string text);
     // Owns `selection` ("PRIMARY" or "CLIPBOARD") with these targets.
@@ -61,6 +69,9 @@ private:
     // Answers one request; false when it refuses. Called with mutex_ held.
     bool answer(const xcb_selection_request_event_t& request);
     void sendNextIncrement(xcb_window_t requestor, xcb_atom_t property);
+    bool saveClipboard(const xcb_selection_request_event_t& request);
+    std::optional<std::string> convertClipboard(xcb_atom_t target);
+    std::string atomName(xcb_atom_t atom);
     xcb_atom_t atom(const std::string& name);
 
     struct Transfer {
@@ -83,6 +94,7 @@ private:
     std::size_t incrementSize_ = 0;
     Fault fault_ = Fault::none;
     std::map<std::pair<xcb_window_t, xcb_atom_t>, Transfer> transfers_;
+    std::vector<std::string> savedTargets_;
 };
 
 // Readable text, Chinese and English lines, of exactly `size` bytes.

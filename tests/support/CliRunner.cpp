@@ -100,19 +100,8 @@ CliResult runProgram(const std::string& program, const std::vector<std::string>&
     return result;
 }
 
-CliSandbox::CliSandbox() {
-    std::string pattern = (std::filesystem::temp_directory_path() / "tavi-cli-XXXXXX").string();
-    if (!::mkdtemp(pattern.data())) throw std::runtime_error("mkdtemp failed");
-    configHome_ = pattern;
-}
-
-CliSandbox::~CliSandbox() {
-    std::error_code ignored;
-    std::filesystem::remove_all(configHome_, ignored);
-}
-
 CliResult CliSandbox::run(const std::vector<std::string>& args, const std::string& input, const EnvVars& env) const {
-    EnvVars all{{"XDG_CONFIG_HOME", configHome_.string()}, {"HOME", configHome_.string()}};
+    EnvVars all{{"XDG_CONFIG_HOME", configHome().string()}, {"HOME", configHome().string()}};
     all.insert(all.end(), env.begin(), env.end());
     return runProgram(TAVI_BINARY_PATH, args, input, all);
 }

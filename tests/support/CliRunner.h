@@ -5,6 +5,8 @@
 #include <utility>
 #include <vector>
 
+#include "TestFiles.h"
+
 namespace tavi::test {
 
 struct CliResult {
@@ -25,18 +27,13 @@ CliResult runProgram(const std::string& program, const std::vector<std::string>&
 // A private XDG_CONFIG_HOME in which to run the tavi binary.
 class CliSandbox {
 public:
-    CliSandbox();
-    ~CliSandbox();
-    CliSandbox(const CliSandbox&) = delete;
-    CliSandbox& operator=(const CliSandbox&) = delete;
-
     CliResult run(const std::vector<std::string>& args, const std::string& input = "", const EnvVars& env = {}) const;
 
-    const std::filesystem::path& configHome() const { return configHome_; }
+    const std::filesystem::path& configHome() const { return configHome_.path(); }
     std::filesystem::path configFile() const { return configHome_ / "tavi" / "tavi.conf"; }
 
 private:
-    std::filesystem::path configHome_;
+    TempDir configHome_{"tavi-cli"};
 };
 
 }  // namespace tavi::test

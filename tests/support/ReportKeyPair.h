@@ -5,6 +5,8 @@
 #include <string_view>
 #include <vector>
 
+#include "TestFiles.h"
+
 namespace tavi::test {
 
 // A throwaway RSA key pair made by the openssl command line for this test
@@ -35,13 +37,12 @@ public:
 
     ReportKeyPair(const ReportKeyPair&) = delete;
     ReportKeyPair& operator=(const ReportKeyPair&) = delete;
-    ~ReportKeyPair();
 
 private:
     ReportKeyPair();
     std::string openssl(const std::vector<std::string>& args) const;
 
-    std::filesystem::path directory_;
+    TempDir directory_{"tavi-report-keys"};
     std::string pkcs8Base64_;
     std::string pkcs8Der_;
     std::string pkcs1Der_;

@@ -8,12 +8,9 @@
 #include <openssl/rand.h>
 #include <openssl/x509.h>
 #include <openssl/x509v3.h>
-#include <unistd.h>
 
-#include <cstdlib>
 #include <memory>
 #include <stdexcept>
-#include <system_error>
 
 namespace tavi::test {
 namespace {
@@ -121,18 +118,6 @@ void writeKey(EVP_PKEY* key, const std::string& path) {
     check(PEM_write_bio_PrivateKey(file.get(), key, nullptr, nullptr, 0, nullptr, nullptr) == 1, "writing a key");
 }
 
-std::filesystem::path makePrivateDirectory() {
-    std::string pattern = (std::filesystem::temp_directory_path() / "tavi-test-certs-XXXXXX").string();
-    if (mkdtemp(pattern.data()) == nullptr) {
-        throw std::system_error(errno, std::generic_category(), "test certificates: mkdtemp");
-    }
-    return pattern;
-}
-
-// Only the process that made the files removes them: a forked child that
-// exits without exec must not pull them out from under its parent.
-const pid_t creatorProcess = getpid();
-
 }  // namespace
 
 const std::vector<std::string>& TestCertificates::hostNames() {
@@ -149,7 +134,7 @@ const TestCertificates& TestCertificates::instance() {
     return certificates;
 }
 
-TestCertificates::TestCertificates() : directory_(makePrivateDirectory()) {
+TestCertificates::TestCertificates() {
     caPath_ = (directory_ / "ca.pem").string();
     certPath_ = (directory_ / "server-cert.pem").string();
     keyPath_ = (directory_ / "server-key.pem").string();
@@ -168,12 +153,6 @@ TestCertificates::TestCertificates() : directory_(makePrivateDirectory()) {
     writeKey(serverKey.get(), keyPath_);
     writeCertificate(stranger.get(), untrustedCertPath_);
     writeKey(strangerKey.get(), untrustedKeyPath_);
-}
-
-TestCertificates::~TestCertificates() {
-    if (getpid() != creatorProcess) return;
-    std::error_code ignored;
-    std::filesystem::remove_all(directory_, ignored);
 }
 
 }  // namespace tavi::test

@@ -4,10 +4,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 #include <string>
 
 #include <sys/resource.h>
@@ -18,6 +16,7 @@
 #include <QVariant>
 
 #include "ScopedEnv.h"
+#include "TestFiles.h"
 #include "core/NotificationCenter.h"
 #include "settings/AppSettings.h"
 #include "settings/FileSettingsStore.h"
@@ -30,36 +29,12 @@ namespace fs = std::filesystem;
 
 class FileSettingsStoreTest : public ::testing::Test {
 protected:
-    void SetUp() override {
-        char pattern[] = "/tmp/tavi-settings-XXXXXX";
-        ASSERT_NE(::mkdtemp(pattern), nullptr);
-        root_ = pattern;
-        file_ = root_ / "config" / "tavi" / "tavi.conf";
-    }
-    void TearDown() override {
-        std::error_code ignored;
-        fs::permissions(root_, fs::perms::owner_all, ignored);
-        fs::remove_all(root_, ignored);
-    }
+    std::string fileText() const { return test::readFile(file_); }
+    void writeFile(const std::string& content) const { test::writeFile(file_, content); }
 
-    static mode_t modeOf(const fs::path& path) {
-        struct stat status {};
-        EXPECT_EQ(::stat(path.c_str(), &status), 0) << path;
-        return status.st_mode & 07777;
-    }
-    std::string fileText() const {
-        std::ifstream in(file_, std::ios::binary);
-        std::ostringstream text;
-        text << in.rdbuf();
-        return text.str();
-    }
-    void writeFile(const std::string& content) const {
-        fs::create_directories(file_.parent_path());
-        std::ofstream(file_, std::ios::binary | std::ios::trunc) << content;
-    }
-
-    fs::path root_;
-    fs::path file_;
+    const test::TempDir temp_{"tavi-settings"};
+    const fs::path& root_ = temp_.path();
+    const fs::path file_ = root_ / "config" / "tavi" / "tavi.conf";
 };
 
 TEST_F(FileSettingsStoreTest, WorksWithoutAnApplicationObject) {
@@ -82,21 +57,21 @@ TEST_F(FileSettingsStoreTest, ReadingNeverCreatesTheFile) {
 TEST_F(FileSettingsStoreTest, DirectoryAndFileArePrivateAndStaySo) {
     FileSettingsStore store(file_);
     store.setValue("openAIAPIKey", std::string("sk-first"));
-    EXPECT_EQ(modeOf(root_ / "config"), 0700u);
-    EXPECT_EQ(modeOf(file_.parent_path()), 0700u);
+    EXPECT_EQ(test::modeOf(root_ / "config"), 0700u);
+    EXPECT_EQ(test::modeOf(file_.parent_path()), 0700u);
     for (int i = 0; i < 5; ++i) {
         store.setValue("openAIAPIKey", "sk-" + std::to_string(i));
         store.setValue("deepLIsPro", i % 2 == 0);
-        EXPECT_EQ(modeOf(file_), 0600u) << i;
+        EXPECT_EQ(test::modeOf(file_), 0600u) << i;
     }
     store.remove("deepLIsPro");
-    EXPECT_EQ(modeOf(file_), 0600u);
+    EXPECT_EQ(test::modeOf(file_), 0600u);
 
     // A file someone left readable by others is closed up at the next write.
     ::chmod(file_.c_str(), 0644);
     FileSettingsStore later(file_);
     later.setValue("claudeAPIKey", std::string("sk-second"));
-    EXPECT_EQ(modeOf(file_), 0600u);
+    EXPECT_EQ(test::modeOf(file_), 0600u);
     EXPECT_EQ(FileSettingsStore(file_).value("openAIAPIKey"), StoredValue(std::string("sk-4")));
 }
 
@@ -228,7 +203,7 @@ TEST_F(FileSettingsStoreTest, KeysWrittenByAnotherProcessMeanwhileAreKept) {
     }
     EXPECT_EQ(text.find("ours-start"), std::string::npos);
     EXPECT_EQ(store.value("theirs-19"), StoredValue(std::string("y")));
-    EXPECT_EQ(modeOf(file_), 0600u);
+    EXPECT_EQ(test::modeOf(file_), 0600u);
 }
 
 TEST_F(FileSettingsStoreTest, GarbageFilesLoadAsDefaults) {

@@ -55,13 +55,13 @@ TEST_F(ChatProvidersCliTest, HostileTextTranslatesThroughEachService) {
     for (const char* provider : {"claude", "google", "deepl"}) {
         const CliResult r = translate(provider, {"--from", "auto", "--to", "zh", kHostile});
         EXPECT_EQ(r.exitCode, 0) << provider << ": " << r.err;
-        EXPECT_EQ(r.out, FakeChatService::translationOf(kHostile) + "\n") << provider;
+        EXPECT_EQ(r.out, FakeService::translationOf(kHostile) + "\n") << provider;
         EXPECT_EQ(r.err, "") << provider;
     }
     // Each service decoded exactly the text that was typed.
-    for (FakeChatService* fake : std::initializer_list<FakeChatService*>{&claude, &google, &deeplFree}) {
+    for (FakeService* fake : std::initializer_list<FakeService*>{&claude, &google, &deeplFree}) {
         EXPECT_EQ(fake->rejections(), std::vector<std::string>{}) << fake->host();
-        EXPECT_EQ(fake->receivedTexts(), std::vector<std::string>{kHostile}) << fake->host();
+        EXPECT_EQ(fake->texts(), std::vector<std::string>{kHostile}) << fake->host();
     }
 }
 

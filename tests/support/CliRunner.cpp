@@ -11,6 +11,8 @@
 #include <cstdlib>
 #include <stdexcept>
 
+#include "TestCertificates.h"
+
 extern char** environ;
 
 namespace tavi::test {
@@ -98,6 +100,12 @@ CliResult runProgram(const std::string& program, const std::vector<std::string>&
     result.peakRssKiB = usage.ru_maxrss;
     result.exitCode = !killed && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     return result;
+}
+
+EnvVars routedTo(const std::vector<std::string>& connectTo) {
+    std::string joined;
+    for (const std::string& entry : connectTo) joined += (joined.empty() ? "" : ",") + entry;
+    return {{"TAVI_CONNECT_TO", joined}, {"TAVI_CA_BUNDLE", TestCertificates::instance().caPath()}};
 }
 
 CliResult CliSandbox::run(const std::vector<std::string>& args, const std::string& input, const EnvVars& env) const {

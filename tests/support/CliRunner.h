@@ -24,6 +24,11 @@ using EnvVars = std::vector<std::pair<std::string, std::string>>;
 CliResult runProgram(const std::string& program, const std::vector<std::string>& args, const std::string& input = "",
                      const EnvVars& env = {}, int timeoutSeconds = 60);
 
+// What sends tavi's requests for production hosts to loopback fakes:
+// TAVI_CONNECT_TO with the fakes' connect-to entries, then TAVI_CA_BUNDLE
+// with the test authority.
+EnvVars routedTo(const std::vector<std::string>& connectTo);
+
 // A private XDG_CONFIG_HOME in which to run the tavi binary.
 class CliSandbox {
 public:

@@ -10,6 +10,7 @@ namespace tavi::test {
 namespace {
 
 using nlohmann::json;
+using verify::find;
 using verify::Params;
 
 std::string dump(const json& value) { return value.dump(-1, ' ', false, json::error_handler_t::replace); }
@@ -18,13 +19,6 @@ std::optional<json> parseObject(const std::string& body) {
     json parsed = json::parse(body, nullptr, false);
     if (parsed.is_discarded() || !parsed.is_object()) return std::nullopt;
     return parsed;
-}
-
-std::optional<std::string> find(const Params& params, const std::string& name) {
-    for (const auto& [key, value] : params) {
-        if (key == name) return value;
-    }
-    return std::nullopt;
 }
 
 bool startsWith(std::string_view text, std::string_view prefix) { return text.substr(0, prefix.size()) == prefix; }

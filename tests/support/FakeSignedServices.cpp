@@ -13,17 +13,11 @@ namespace tavi::test {
 namespace {
 
 using nlohmann::json;
+using verify::find;
 using verify::Params;
 
 // The services accept a clock this far off their own.
 constexpr std::int64_t kAllowedSkewSeconds = 15 * 60;
-
-std::optional<std::string> find(const Params& params, const std::string& name) {
-    for (const auto& [key, value] : params) {
-        if (key == name) return value;
-    }
-    return std::nullopt;
-}
 
 Params withoutSignature(const Params& params) {
     Params rest;

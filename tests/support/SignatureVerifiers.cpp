@@ -48,13 +48,6 @@ std::string trimBlanks(std::string_view text) {
     return std::string(text.substr(first, last - first + 1));
 }
 
-std::optional<std::string> find(const Params& params, std::string_view name) {
-    for (const auto& [key, value] : params) {
-        if (key == name) return value;
-    }
-    return std::nullopt;
-}
-
 std::vector<std::string> split(std::string_view text, char separator) {
     std::vector<std::string> parts;
     std::size_t start = 0;
@@ -69,6 +62,13 @@ std::vector<std::string> split(std::string_view text, char separator) {
 Verdict fail(std::string reason) { return {false, std::move(reason)}; }
 
 }  // namespace
+
+std::optional<std::string> find(const Params& params, std::string_view name) {
+    for (const auto& [key, value] : params) {
+        if (key == name) return value;
+    }
+    return std::nullopt;
+}
 
 std::string hex(std::string_view bytes) {
     std::string out;

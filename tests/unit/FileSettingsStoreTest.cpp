@@ -290,7 +290,8 @@ std::optional<StoredValue> fromQVariant(const QVariant& value) {
 }
 
 // QSettings is the independent judge of the dialect: what it writes, Tavi
-// writes byte for byte, and what it reads from a tricky file, Tavi reads too.
+// writes byte for byte and reads back as it was, and what it reads from a
+// tricky file, Tavi reads too.
 TEST_F(FileSettingsStoreTest, FileDialectMatchesQSettingsIniFormat) {
     const std::pair<std::string, StoredValue> values[] = {
         {"plain", std::string("gpt-4o-mini")},
@@ -298,12 +299,14 @@ TEST_F(FileSettingsStoreTest, FileDialectMatchesQSettingsIniFormat) {
         {"blanks", std::string(" lead and trail ")},
         {"separators", std::string("a;b,c=d")},
         {"at", std::string("@at")},
-        {"controls", std::string("tab\tnl\ncr\r\x01" "b\x1f" "1\x7f\"\\")},
-        {"unicode", std::string("中文 é 😀")},
+        {"doubleAt", std::string("@@")},
+        {"controls", std::string("tab\tnl\ncr\r\x01" "b\x1f" "1\x7f\"\\\a\b\f\v")},
+        {"escapeLookalikes", std::string("\"q\" \\ \\x41")},
+        {"unicode", std::string("中文 é 😀 \u2028")},
         {"nul", std::string("a\0" "1b", 4)},
         {"hotkey", StoredBytes{R"({"keyCode":17,"modifiers":2048})"}},
         {"binary", StoredBytes{std::string("\0\x01\x7f\x80\xff" "9,)", 8)}},
-        {"list", std::vector<std::string>{"a", " b", "c,d", "@e"}},
+        {"list", std::vector<std::string>{"a", " b ", "c,d", "@e", ""}},
         {"emptyList", std::vector<std::string>{}},
         {"flag", true},
         {"number", std::int64_t{-9223372036854775807 - 1}},
@@ -320,6 +323,10 @@ TEST_F(FileSettingsStoreTest, FileDialectMatchesQSettingsIniFormat) {
             qt.setValue(QString::fromStdString(key), toQVariant(value));
         }
         EXPECT_EQ(formatSettingsFile({{key, value}}), fileText()) << key;
+        // Flags and numbers read back as their text, and an empty list as nothing.
+        const bool readsBack = !std::holds_alternative<bool>(value) && !std::holds_alternative<std::int64_t>(value) &&
+                               key != "emptyList";
+        if (readsBack) EXPECT_EQ(parseSettingsFile(fileText()), (SettingsFileEntries{{key, value}})) << key;
     }
 
     writeFile("; comment\r\n[General]\r\n  spaced  =  value  \r\nescapes=\\x4e2d\\101\\0\\1019\\t|\\q\\x\n"
@@ -328,7 +335,7 @@ TEST_F(FileSettingsStoreTest, FileDialectMatchesQSettingsIniFormat) {
               "str=@String(a\\0b)\ninv=@Invalid()\nvar=@Variant(\\0\\0\\0\\x7f\\0\\0\\0)\nrect=@Rect(1 2 3 4)\n"
               "dup=1\ndup=2\n#hash=1\n noeq\nk;x=1\n\"quoted key\"=1\n%41%U0042=k\nback\\slash=1\n"
               "emptylist=,\ntrail=a ,  b  \nk1 = v1 = v2\nuni=\xe4\xb8\xad\nlonghex=\\x123456789\n"
-              "bsend=a\\\n[sec\nin=1\n[ general ]\ng2=1\n[%General]\npg=1\n[a%2Fb]\nc=1\n[x]y]\nz=1\n"
+              "bsend=a\\\n[sec\nin=1\n[ general ]\ng2=1\n[%General]\npg=1\n[a%2Fb]\nc=1\n[u%U00E9]\nk=1\n[x]y]\nz=1\n"
               "unterminated=\"abc\nnext=1\n");
     const SettingsFileEntries ours = parseSettingsFile(fileText());
     QSettings qt(QString::fromStdString(file_.string()), QSettings::IniFormat);

@@ -4,10 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "core/NotificationCenter.h"
-#include "settings/AppSettings.h"
+#include "SettingsHarness.h"
 #include "settings/HotkeyModel.h"
-#include "settings/MemorySettingsStore.h"
 
 namespace tavi {
 namespace {
@@ -179,16 +177,7 @@ TEST(HotkeyRecording, EventFlagsBecomeModifierBits) {
     EXPECT_EQ(kHotkeyRecorderHint, "录制时请至少包含一个修饰键，例如 Control、Option、Shift 或 Command。");
 }
 
-struct Settings {
-    Settings() : settings(store, center) {
-        posts = center.addObserver(AppSettings::hotkeysDidChange, [this] { ++postCount; });
-    }
-    MemorySettingsStore store;
-    NotificationCenter center;
-    AppSettings settings;
-    Subscription posts;
-    int postCount = 0;
-};
+using Settings = test::SettingsHarness;
 
 TEST(HotkeyAcceptance, NeedsAModifierAndNoConflictWithAnotherAction) {
     AppSettingsValues values;
@@ -223,32 +212,32 @@ TEST(HotkeyAcceptance, AssignsOnlyWhenAccepted) {
               "“⌥A” 已被“翻译选中文字”使用，请换一个组合。");
     EXPECT_EQ(assignHotkeyIfAccepted(s.settings, HotkeyAction::openTranslationWindow, {0, 0}),
               "全局快捷键至少需要一个修饰键。");
-    EXPECT_EQ(s.postCount, 0);
+    EXPECT_EQ(s.posts, 0);
     EXPECT_TRUE(s.store.contents().empty());
     EXPECT_EQ(s.settings.openTranslationWindowHotkey(), (HotkeyShortcut{17, kOption}));
 
     // Re-accepting its own shortcut is still written and announced.
     EXPECT_FALSE(assignHotkeyIfAccepted(s.settings, HotkeyAction::openTranslationWindow, {17, kOption}));
-    EXPECT_EQ(s.postCount, 1);
+    EXPECT_EQ(s.posts, 1);
     EXPECT_EQ(s.store.value("openTranslationWindowHotkey"),
               StoredValue(StoredBytes{R"({"keyCode":17,"modifiers":2048})"}));
 
     EXPECT_FALSE(assignHotkeyIfAccepted(s.settings, HotkeyAction::openTranslationWindow, {0, kShift}));
     EXPECT_EQ(s.settings.openTranslationWindowHotkey(), (HotkeyShortcut{0, kShift}));
-    EXPECT_EQ(s.postCount, 2);
+    EXPECT_EQ(s.posts, 2);
 }
 
 TEST(HotkeyAcceptance, RestoringDefaultsWritesAndAnnouncesAllFourInOrder) {
     Settings s;
     s.settings.setOpenTranslationWindowHotkey({1, kOption});  // conflicts with a default for a moment
     s.settings.setScreenshotTranslationHotkey({17, kOption});
-    s.postCount = 0;
+    s.posts = 0;
     std::vector<HotkeyShortcut> seen;
     Subscription order = s.center.addObserver(AppSettings::hotkeysDidChange, [&] {
         seen.push_back(s.settings.hotkey(allHotkeyActions()[seen.size()]));
     });
     restoreDefaultHotkeys(s.settings);
-    EXPECT_EQ(s.postCount, 4);
+    EXPECT_EQ(s.posts, 4);
     EXPECT_EQ(seen, (std::vector<HotkeyShortcut>{{17, kOption}, {0, kOption}, {1, kOption}, {8, kOption}}));
     for (HotkeyAction action : allHotkeyActions()) {
         EXPECT_EQ(s.settings.hotkey(action), defaultShortcut(action));

@@ -102,6 +102,12 @@ CliResult runProgram(const std::string& program, const std::vector<std::string>&
     return result;
 }
 
+std::string openssl(const std::vector<std::string>& args) {
+    const CliResult r = runProgram("/usr/bin/openssl", args);
+    if (r.exitCode != 0) throw std::runtime_error("openssl " + args[0] + " failed: " + r.err);
+    return r.out;
+}
+
 EnvVars routedTo(const std::vector<std::string>& connectTo) {
     std::string joined;
     for (const std::string& entry : connectTo) joined += (joined.empty() ? "" : ",") + entry;

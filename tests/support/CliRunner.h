@@ -24,6 +24,10 @@ using EnvVars = std::vector<std::pair<std::string, std::string>>;
 CliResult runProgram(const std::string& program, const std::vector<std::string>& args, const std::string& input = "",
                      const EnvVars& env = {}, int timeoutSeconds = 60);
 
+// The openssl command line with these arguments: what it printed, or an
+// exception with its complaint when it failed.
+std::string openssl(const std::vector<std::string>& args);
+
 // What sends tavi's requests for production hosts to loopback fakes:
 // TAVI_CONNECT_TO with the fakes' connect-to entries, then TAVI_CA_BUNDLE
 // with the test authority.

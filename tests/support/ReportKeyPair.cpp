@@ -45,12 +45,6 @@ ReportKeyPair::ReportKeyPair() {
     }
 }
 
-std::string ReportKeyPair::openssl(const std::vector<std::string>& args) const {
-    const CliResult r = runProgram(kOpenssl, args);
-    if (r.exitCode != 0) throw std::runtime_error("openssl " + args[0] + " failed: " + r.err);
-    return r.out;
-}
-
 std::filesystem::path ReportKeyPair::writeFile(const std::string& name, std::string_view content) const {
     const auto path = directory_ / name;
     test::writeFile(path, content);

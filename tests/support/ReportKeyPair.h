@@ -3,7 +3,6 @@
 #include <filesystem>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "TestFiles.h"
 
@@ -40,7 +39,6 @@ public:
 
 private:
     ReportKeyPair();
-    std::string openssl(const std::vector<std::string>& args) const;
 
     TempDir directory_{"tavi-report-keys"};
     std::string pkcs8Base64_;

@@ -46,6 +46,7 @@ TEST(HotkeyJson, DecodesOnlyObjectsWithBothUnsigned32BitMembers) {
         R"({"keyCode":"17","modifiers":2048})",
         R"({"keyCode":true,"modifiers":2048})",
         R"({"keyCode":null,"modifiers":2048})",
+        R"({"keyCode":17,"modifiers":null})",
         R"({"keyCode":4294967296,"modifiers":2048})",
         R"({"keyCode":1e300,"modifiers":2048})",
         R"({"keyCode":99999999999999999999999,"modifiers":2048})",

@@ -174,6 +174,7 @@ TEST(AppSettings, IntegerCastKeepsAnyWholeNumberElseDefaultsToTwo) {
     }
 }
 
+// Which JSON is refused is HotkeyJson's to say; here, that a refusal means the default.
 TEST(AppSettings, HotkeysDecodeFromBytesAndFallBackPerAction) {
     Harness h({
         {"openTranslationWindowHotkey", bytes(R"({"keyCode":49,"modifiers":4608})")},
@@ -186,13 +187,6 @@ TEST(AppSettings, HotkeysDecodeFromBytesAndFallBackPerAction) {
     EXPECT_EQ(s.translateSelectedTextHotkey(), (HotkeyShortcut{0, 0x0800}));
     EXPECT_EQ(s.screenshotTranslationHotkey(), (HotkeyShortcut{1, 0x0800}));
     EXPECT_EQ(s.toggleClipboardMonitorHotkey(), (HotkeyShortcut{8, 0x0800}));
-
-    for (const char* bad : {R"({"keyCode":-1,"modifiers":2048})", R"({"keyCode":1.5,"modifiers":2048})",
-                            R"({"keyCode":"1","modifiers":2048})", R"({"keyCode":4294967296,"modifiers":2048})",
-                            R"({"keyCode":1,"modifiers":null})", R"([1,2048])", ""}) {
-        Harness m({{"screenshotTranslationHotkey", bytes(bad)}});
-        EXPECT_EQ(m.settings.screenshotTranslationHotkey(), (HotkeyShortcut{1, 0x0800})) << bad;
-    }
     EXPECT_EQ(h.posts, 0);
 }
 

@@ -326,12 +326,14 @@ TEST_F(FileSettingsStoreTest, FileDialectMatchesQSettingsIniFormat) {
         // Flags and numbers read back as their text, and an empty list as nothing.
         const bool readsBack = !std::holds_alternative<bool>(value) && !std::holds_alternative<std::int64_t>(value) &&
                                key != "emptyList";
-        if (readsBack) EXPECT_EQ(parseSettingsFile(fileText()), (SettingsFileEntries{{key, value}})) << key;
+        if (readsBack) {
+            EXPECT_EQ(parseSettingsFile(fileText()), (SettingsFileEntries{{key, value}})) << key;
+        }
     }
 
     writeFile("; comment\r\n[General]\r\n  spaced  =  value  \r\nescapes=\\x4e2d\\101\\0\\1019\\t|\\q\\x\n"
               "quoted = \"a;b\" c ; tail\njoined=a\\\nb\nlist=a, \" b\", \"c,d\", @@e\nqq=a\"b,c\"d\n"
-              "at=@foo\natat=@@x\nlistat=a,@b\nlistatat=a,@@b\nlistbytes=a,@ByteArray(b)\nliststring=a,@String(b\\0)\nbytes=@ByteArray(\xc3\xa9z\\x100)\n"
+              "at=@foo\natat=@@x\nlistat=a,@b\nlistatat=a,@@b\nlistbytes=a,@ByteArray(b)\nliststring=a,@String(b\\0)\nbytes=@ByteArray(\xc3\xa9z\\x100)\nbytes2=@ByteArray(\\0\\x1\\xff\\x100z)\n"
               "str=@String(a\\0b)\ninv=@Invalid()\nvar=@Variant(\\0\\0\\0\\x7f\\0\\0\\0)\nrect=@Rect(1 2 3 4)\n"
               "dup=1\ndup=2\n#hash=1\n noeq\nk;x=1\n\"quoted key\"=1\n%41%U0042=k\nback\\slash=1\n"
               "emptylist=,\ntrail=a ,  b  \nk1 = v1 = v2\nuni=\xe4\xb8\xad\nlonghex=\\x123456789\n"

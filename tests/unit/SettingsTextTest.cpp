@@ -42,6 +42,22 @@ TEST(SettingsText, KeysInDeclarationOrderAndWhichAreSecret) {
     }
 }
 
+// `tavi config set` of a hotkey's key reaches that action's shortcut and no other.
+TEST(SettingsText, EachHotkeyKeyAssignsItsOwnAction) {
+    const std::pair<const char*, HotkeyAction> keys[] = {
+        {"openTranslationWindowHotkey", HotkeyAction::openTranslationWindow},
+        {"translateSelectedTextHotkey", HotkeyAction::translateSelectedText},
+        {"screenshotTranslationHotkey", HotkeyAction::screenshotTranslation},
+        {"toggleClipboardMonitorHotkey", HotkeyAction::toggleClipboardMonitor},
+    };
+    for (const auto& [key, action] : keys) {
+        test::SettingsHarness c;
+        ASSERT_EQ(assign(c, key, R"({"keyCode":49,"modifiers":4608})").kind, Kind::assigned) << key;
+        for (HotkeyAction other : allHotkeyActions())
+            EXPECT_EQ(c.settings.hotkey(other) == HotkeyShortcut({49, 0x1200}), other == action) << key;
+    }
+}
+
 TEST(SettingsText, MaskedSecretsShowAtMostTheLastFourCharacters) {
     EXPECT_EQ(maskedSecret(""), "(未设置)");
     EXPECT_EQ(maskedSecret("x"), "********");

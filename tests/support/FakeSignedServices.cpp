@@ -51,17 +51,6 @@ bool isFresh(std::optional<std::int64_t> moment) {
     return moment && std::llabs(*moment - nowSeconds()) <= kAllowedSkewSeconds;
 }
 
-std::vector<std::string> lines(const std::string& text) {
-    std::vector<std::string> out;
-    std::size_t start = 0;
-    while (true) {
-        const auto end = text.find('\n', start);
-        out.push_back(text.substr(start, end - start));
-        if (end == std::string::npos) return out;
-        start = end + 1;
-    }
-}
-
 std::string dump(const json& value) { return value.dump(-1, ' ', false, json::error_handler_t::replace); }
 
 std::string requestId() {
@@ -100,7 +89,7 @@ FakeService::Reply FakeBaiduService::translation(const RecordedRequest& request,
     const Params query = verify::parseUrlEncoded(request.query, true).value_or(Params{});
     const std::string from = find(query, "from").value_or("auto");
     json results = json::array();
-    for (const std::string& line : lines(accepted.text)) {
+    for (const std::string& line : verify::split(accepted.text, '\n')) {
         results.push_back({{"src", line}, {"dst", translationOf(line)}});
     }
     return {200, dump({{"from", from == "auto" ? "en" : from}, {"to", find(query, "to").value_or("")},

@@ -12,7 +12,6 @@
 #include <vector>
 
 #include "FakeChatServices.h"
-#include "FakeHttpsServer.h"
 #include "FakeSignedServices.h"
 #include "TestCertificates.h"
 #include "core/CurlHttpClient.h"
@@ -88,60 +87,51 @@ int main() {
     std::printf("translation through TranslationService + libcurl, loopback HTTPS fake, %d warm requests\n",
                 kWarmRequests);
 
-    FakeHttpsServer openAI;
-    openAI.on("POST", "/v1/chat/completions",
-              FakeHttpsServer::respond(200, R"({"choices":[{"message":{"content":"早上好"}}]})"));
-    {
-        Rig rig(openAI.connectTo("api.openai.com"), [](AppSettingsValues& s) { s.openAIAPIKey = "sk-bench"; });
-        ok &= measure("openai", rig);
-    }
-    {
-        FakeHttpsServer fresh;
-        fresh.on("POST", "/v1/chat/completions",
-                 FakeHttpsServer::respond(200, R"({"choices":[{"message":{"content":"早上好"}}]})"));
-        Rig rig(fresh.connectTo("api.openai.com"), [](AppSettingsValues& s) { s.openAIAPIKey = "sk-bench"; });
-        for (int i = 0; i < 20; ++i) ok &= rig.translateOnce("Good morning") >= 0;
-        const bool one = fresh.connectionCount() == 1 && rig.client().connectionsOpened() == 1;
-        std::printf("connections for 20 sequential translations: %zu at the server, %zu opened by the client   %s\n",
-                    fresh.connectionCount(), rig.client().connectionsOpened(), one ? "within budget" : "OVER BUDGET");
-        ok &= one;
-    }
-
     struct Case {
         const char* id;
-        std::unique_ptr<FakeChatService> chat;
-        std::unique_ptr<FakeSignedService> signedService;
+        std::unique_ptr<FakeService> fake;
         std::function<void(AppSettingsValues&)> configure;
     };
     std::vector<Case> cases;
-    cases.push_back({"claude", std::make_unique<FakeClaudeService>("ck"), nullptr,
+    cases.push_back({"openai", std::make_unique<FakeOpenAIService>("sk-bench"),
+                     [](AppSettingsValues& s) { s.openAIAPIKey = "sk-bench"; }});
+    cases.push_back({"claude", std::make_unique<FakeClaudeService>("ck"),
                      [](AppSettingsValues& s) { s.claudeAPIKey = "ck"; }});
-    cases.push_back({"google", std::make_unique<FakeGoogleService>("gk"), nullptr,
+    cases.push_back({"google", std::make_unique<FakeGoogleService>("gk"),
                      [](AppSettingsValues& s) { s.googleAPIKey = "gk"; }});
-    cases.push_back({"deepl", std::make_unique<FakeDeepLService>("dk:fx", FakeDeepLService::Plan::free), nullptr,
+    cases.push_back({"deepl", std::make_unique<FakeDeepLService>("dk:fx", FakeDeepLService::Plan::free),
                      [](AppSettingsValues& s) { s.deepLAPIKey = "dk:fx"; }});
-    cases.push_back({"baidu", nullptr, std::make_unique<FakeBaiduService>("20240101", "baidu-secret"),
+    cases.push_back({"baidu", std::make_unique<FakeBaiduService>("20240101", "baidu-secret"),
                      [](AppSettingsValues& s) {
                          s.baiduAppID = "20240101";
                          s.baiduSecretKey = "baidu-secret";
                      }});
-    cases.push_back({"volcano", nullptr, std::make_unique<FakeVolcanoService>("AKLTbench", "volcano-secret"),
+    cases.push_back({"volcano", std::make_unique<FakeVolcanoService>("AKLTbench", "volcano-secret"),
                      [](AppSettingsValues& s) {
                          s.volcanoAccessKeyID = "AKLTbench";
                          s.volcanoSecretAccessKey = "volcano-secret";
                      }});
-    cases.push_back({"aliyun", nullptr, std::make_unique<FakeAliyunService>("LTAIbench", "aliyun-secret"),
+    cases.push_back({"aliyun", std::make_unique<FakeAliyunService>("LTAIbench", "aliyun-secret"),
                      [](AppSettingsValues& s) {
                          s.aliyunAccessKeyID = "LTAIbench";
                          s.aliyunAccessKeySecret = "aliyun-secret";
                      }});
     for (Case& c : cases) {
-        const std::string connectTo = c.chat ? c.chat->connectTo() : c.signedService->connectTo();
-        Rig rig(connectTo, [&](AppSettingsValues& s) {
+        Rig rig(c.fake->connectTo(), [&](AppSettingsValues& s) {
             c.configure(s);
             s.activeProviderID = c.id;
         });
         ok &= measure(c.id, rig);
+    }
+    {
+        FakeOpenAIService fresh("sk-bench");
+        Rig rig(fresh.connectTo(), [](AppSettingsValues& s) { s.openAIAPIKey = "sk-bench"; });
+        for (int i = 0; i < 20; ++i) ok &= rig.translateOnce("Good morning") >= 0;
+        const std::size_t atServer = fresh.server().connectionCount();
+        const bool one = atServer == 1 && rig.client().connectionsOpened() == 1;
+        std::printf("connections for 20 sequential translations: %zu at the server, %zu opened by the client   %s\n",
+                    atServer, rig.client().connectionsOpened(), one ? "within budget" : "OVER BUDGET");
+        ok &= one;
     }
     return ok ? 0 : 1;
 }

@@ -25,6 +25,7 @@
 #include <thread>
 #include <vector>
 
+#include "FakeChatServices.h"
 #include "TestApplication.h"
 #include "TrayProcess.h"
 #include "X11TestClient.h"
@@ -118,7 +119,7 @@ double median(std::vector<double> values) {
 
 int main(int argc, char** argv) {
     QCoreApplication application(argc, argv);
-    FakeChatService service;
+    FakeOpenAIService service;
     X11TestClient x;
     TestApplication editor;
 

@@ -1,9 +1,6 @@
 #include <gtest/gtest.h>
 
 #include "CliRunner.h"
-#include "FakeHttpsServer.h"
-#include "TestCertificates.h"
-#include "core/Json.h"
 
 namespace tavi::test {
 namespace {
@@ -79,24 +76,6 @@ TEST(CommandLine, TranslateFailsWithTheServiceTextAndTouchesNoSettings) {
                  std::filesystem::file_size(sandbox.configFile()) > 0);
 }
 
-TEST(CommandLine, TextThatIsNotUtf8IsRefusedBeforeAnyRequest) {
-    FakeHttpsServer server;
-    const EnvVars env = {{"TAVI_CONNECT_TO", server.connectTo("api.openai.com")},
-                         {"TAVI_CA_BUNDLE", TestCertificates::instance().caPath()}};
-    CliSandbox sandbox;
-    ASSERT_EQ(sandbox.run({"config", "set", "openAIAPIKey", "sk-cli"}).exitCode, 0);
-    const std::string expected =
-        "tavi: 要翻译的文本不是有效的 UTF-8（第 4 个字节起），请先转换编码，例如 iconv -f GBK -t UTF-8\n"
-        "用法见 tavi --help\n";
-    CliResult r = sandbox.run({"translate", "caf\xe9"}, "", env);
-    EXPECT_EQ(r.exitCode, 2);
-    EXPECT_EQ(r.err, expected);
-    r = sandbox.run({"translate"}, "  caf\xe9 au lait\n", env);  // from standard input, trimmed first
-    EXPECT_EQ(r.exitCode, 2);
-    EXPECT_EQ(r.err, expected);
-    EXPECT_EQ(server.requestCount(), 0u);
-}
-
 TEST(CommandLine, ProvidersListsEveryServiceInOrder) {
     CliSandbox sandbox;
     const CliResult r = sandbox.run({"providers"});
@@ -107,44 +86,6 @@ TEST(CommandLine, ProvidersListsEveryServiceInOrder) {
     }
     EXPECT_EQ(ids, "openai claude deepl google baidu aliyun volcano ");
     EXPECT_EQ(r.out.rfind("openai\tOpenAI\t未配置\t当前\nclaude\tClaude\t未配置\t-\n", 0), 0u) << r.out;
-}
-
-TEST(CommandLine, TranslateThroughOpenAIFromWordsStandardInputAndJson) {
-    FakeHttpsServer server;
-    server.on("POST", "/v1/chat/completions",
-              FakeHttpsServer::respond(200, R"({"choices":[{"message":{"content":" 早上好\n"}}]})"));
-    const EnvVars env = {{"TAVI_CONNECT_TO", server.connectTo("api.openai.com")},
-                         {"TAVI_CA_BUNDLE", TestCertificates::instance().caPath()}};
-    CliSandbox sandbox;
-    ASSERT_EQ(sandbox.run({"config", "set", "openAIAPIKey", "sk-cli"}).exitCode, 0);
-    EXPECT_EQ(sandbox.run({"providers"}).out.rfind("openai\tOpenAI\t已配置\t当前\n", 0), 0u);
-    const auto userText = [&] { return Json::parse(server.lastRequest().body)["messages"][1]["content"]; };
-
-    CliResult r = sandbox.run({"translate", "Good", "morning"}, "", env);
-    EXPECT_EQ(r.exitCode, 0) << r.err;
-    EXPECT_EQ(r.out, "早上好\n");
-    EXPECT_EQ(userText(), "Good morning");
-    EXPECT_EQ(server.lastRequest().header("Authorization"), "Bearer sk-cli");
-
-    for (const std::vector<std::string>& args : {std::vector<std::string>{"translate"}, {"translate", "-"}}) {
-        r = sandbox.run(args, " \n Good\n morning \r\n", env);
-        EXPECT_EQ(r.out, "早上好\n");
-        EXPECT_EQ(userText(), "Good\n morning");
-    }
-
-    r = sandbox.run({"translate", "--json", "--from", "en", "--to=ja", "--", "--json"}, "", env);
-    EXPECT_EQ(r.out, R"({"sourceText":"--json","translatedText":"早上好","sourceLanguage":"en",)"
-                     R"("targetLanguage":"ja","provider":"OpenAI","detectedLanguage":null})"
-                     "\n");
-    EXPECT_EQ(sandbox.run({"config", "get", "targetLanguage"}).out, "zh\n");  // the override was not kept
-
-    server.on("POST", "/v1/chat/completions",
-              FakeHttpsServer::respond(401, R"({"error":{"message":"Incorrect API key provided"}})"));
-    r = sandbox.run({"translate", "hi"}, "", env);
-    EXPECT_EQ(r.exitCode, 1);
-    EXPECT_EQ(r.err, "翻译失败：Incorrect API key provided\n");
-    EXPECT_TRUE(r.out.empty());
-    EXPECT_EQ(r.err.find("sk-cli"), std::string::npos);
 }
 
 }  // namespace

@@ -56,7 +56,7 @@ TEST(ConfigCommand, MalformedValuesAndRefusedShortcutsChangeNothing) {
                                                                                   "\n");
 }
 
-// Issue 9: a key pasted with a line break used to split the request into
+// A key pasted with a line break used to split the request into
 // two header fields. Pasted blanks are trimmed; a line break inside is refused
 // when set, and one that reaches the file by hand never reaches the wire.
 TEST(ConfigCommand, CredentialLineBreaksNeverReachARequest) {

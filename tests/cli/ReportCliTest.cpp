@@ -6,7 +6,6 @@
 #include "CliRunner.h"
 #include "FakeHttpsServer.h"
 #include "ReportKeyPair.h"
-#include "TestCertificates.h"
 #include "core/Json.h"
 #include "providers/UtcTime.h"
 
@@ -23,10 +22,9 @@ protected:
         return sandbox.run({"report"}, "", env(keys.writeFile("key.b64", keyText + "\n").string()));
     }
     EnvVars env(const std::string& keyFile, const std::string& url = "https://localhost") const {
-        return {{"TAVI_REPORT_URL", url},
-                {"TAVI_REPORT_KEY_FILE", keyFile},
-                {"TAVI_CONNECT_TO", server.connectTo("localhost")},
-                {"TAVI_CA_BUNDLE", TestCertificates::instance().caPath()}};
+        EnvVars all = routedTo({server.connectTo("localhost")});
+        all.insert(all.end(), {{"TAVI_REPORT_URL", url}, {"TAVI_REPORT_KEY_FILE", keyFile}});
+        return all;
     }
     std::string deviceId() const { return sandbox.run({"config", "get", "startupReportDeviceId"}).out; }
 

@@ -7,6 +7,7 @@
 #include <memory>
 
 #include "CliRunner.h"
+#include "FakeChatServices.h"
 #include "GeometryPrinters.h"
 #include "TestApplication.h"
 #include "TrayProcess.h"
@@ -57,7 +58,7 @@ protected:
     }
     bool popupShown() { return popupGeometry().has_value(); }
 
-    FakeChatService service;
+    FakeOpenAIService service;
     X11TestClient x;
 };
 

@@ -5,42 +5,12 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <fstream>
 #include <sstream>
 #include <thread>
-
-#include "TestCertificates.h"
-#include "core/Json.h"
 
 extern char** environ;
 
 namespace tavi::test {
-
-FakeChatService::FakeChatService() {
-    server_.on("POST", "/v1/chat/completions", [](const RecordedRequest& request, httplib::Response& response) {
-        const Json body = Json::parse(request.body, nullptr, false);
-        std::string text;
-        if (body.is_object() && body.contains("messages") && body["messages"].size() > 1)
-            text = body["messages"][1].value("content", "");
-        response.status = 200;
-        response.set_content(Json{{"choices", {{{"message", {{"content", "译：" + text}}}}}}}.dump(),
-                             "application/json");
-    });
-}
-
-EnvVars FakeChatService::environment() const {
-    return {{"TAVI_CONNECT_TO", server_.connectTo("api.openai.com")},
-            {"TAVI_CA_BUNDLE", TestCertificates::instance().caPath()}};
-}
-
-std::vector<std::string> FakeChatService::texts() const {
-    std::vector<std::string> texts;
-    for (const RecordedRequest& request : server_.requests()) {
-        const Json body = Json::parse(request.body, nullptr, false);
-        if (body.is_object() && body.contains("messages")) texts.push_back(body["messages"][1].value("content", ""));
-    }
-    return texts;
-}
 
 TrayProcess::TrayProcess(const EnvVars& environment, const std::vector<std::pair<std::string, std::string>>& settings)
     : environment_(environment) {
@@ -71,12 +41,7 @@ TrayProcess::~TrayProcess() {
     std::filesystem::remove(logFile_, error);
 }
 
-std::string TrayProcess::log() const {
-    std::ifstream in(logFile_);
-    std::stringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
+std::string TrayProcess::log() const { return readFile(logFile_); }
 
 CliResult TrayProcess::tavi(const std::vector<std::string>& args) const { return sandbox_.run(args, "", environment_); }
 

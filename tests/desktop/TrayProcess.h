@@ -10,24 +10,10 @@
 #include <vector>
 
 #include "CliRunner.h"
-#include "FakeHttpsServer.h"
 
 namespace tavi::test {
 
 using namespace std::chrono_literals;
-
-// A loopback OpenAI-compatible service that answers every chat request at
-// once with "译：" and the user's text.
-class FakeChatService {
-public:
-    FakeChatService();
-    EnvVars environment() const;  // TAVI_CONNECT_TO and TAVI_CA_BUNDLE for it
-    std::vector<std::string> texts() const;  // what was asked, in order
-    FakeHttpsServer& server() { return server_; }
-
-private:
-    FakeHttpsServer server_;
-};
 
 // `tavi` started with no arguments, as the user starts it, in a settings
 // folder of its own; its log goes to a file.

@@ -322,49 +322,44 @@ TEST_F(HttpClientTest, RequestsFromSeveralThreadsAtOnceEachGetTheirOwnAnswer) {
 
 // ---- failures ----
 
-TEST(HttpClientTlsTest, CertificateNotSignedByATrustedAuthorityIsRefused) {
+// Each failure has its kind and its text, naming the host and nothing
+// secret from the URL; a server that cannot be trusted gets no request.
+TEST(HttpClientFailureTest, EachWayToNotReachTheServerIsToldApart) {
+    FakeHttpsServer trusted;
     FakeHttpsServer impostor(FakeHttpsServer::Certificate::untrusted);
-    CurlHttpClient client(optionsFor(impostor));
-    auto error = transportErrorOf(client.send(get("https://api.openai.com/v1/models")));
-    EXPECT_EQ(error.kind, Kind::tlsFailure) << error.detail;
-    EXPECT_EQ(error.host, "api.openai.com");
-    EXPECT_EQ(impostor.requestCount(), 0u);
-
-    // The test authority is unknown to the system store.
-    FakeHttpsServer server;
-    auto options = optionsFor(server);
-    options.caBundle.clear();
-    CurlHttpClient systemTrust(options);
-    EXPECT_EQ(transportErrorOf(systemTrust.send(get("https://api.openai.com/v1/models"))).kind, Kind::tlsFailure);
-    EXPECT_EQ(server.requestCount(), 0u);
-}
-
-TEST(HttpClientTlsTest, HostNameNotInTheCertificateIsRefused) {
-    FakeHttpsServer server;
-    CurlHttpClient::Options options = optionsFor(server);
-    options.connectTo = {server.connectTo("api.example.org")};
-    CurlHttpClient client(options);
-    auto error = transportErrorOf(client.send(get("https://api.example.org/")));
-    EXPECT_EQ(error.kind, Kind::tlsFailure) << error.detail;
-    EXPECT_EQ(server.requestCount(), 0u);
-}
-
-TEST(HttpClientFailureTest, NothingListeningIsARefusedConnection) {
-    CurlHttpClient::Options options;
-    options.connectTo = {"api.openai.com:443:127.0.0.1:" + std::to_string(closedPort())};
-    CurlHttpClient client(options);
-    auto error = transportErrorOf(client.send(get("https://api.openai.com/v1/models")));
-    EXPECT_EQ(error.kind, Kind::connectionRefused) << error.detail;
-    EXPECT_EQ(error.host, "api.openai.com");
-}
-
-TEST(HttpClientFailureTest, UnknownHostIsHostNotFound) {
-    CurlHttpClient client(CurlHttpClient::Options{});
-    auto error = transportErrorOf(client.send(get("https://no-such-host.invalid/path?key=SECRET")));
-    EXPECT_EQ(error.kind, Kind::hostNotFound) << error.detail;
-    EXPECT_EQ(error.host, "no-such-host.invalid");
-    EXPECT_EQ(error.detail.find("SECRET"), std::string::npos);
-    EXPECT_EQ(error.description(), "找不到服务器，请检查网络或服务地址（no-such-host.invalid）");
+    CurlHttpClient::Options systemTrust = optionsFor(trusted);
+    systemTrust.caBundle.clear();  // the test authority is unknown to the system store
+    CurlHttpClient::Options otherName = optionsFor(trusted);
+    otherName.connectTo = {trusted.connectTo("api.example.org")};
+    CurlHttpClient::Options nothingListening;
+    nothingListening.connectTo = {"api.openai.com:443:127.0.0.1:" + std::to_string(closedPort())};
+    const std::string tls = "无法建立安全连接（TLS 证书或握手失败）";
+    struct Case {
+        const char* what;
+        CurlHttpClient::Options options;
+        std::string url;
+        Kind kind;
+        std::string text;
+    };
+    const Case cases[] = {
+        {"a certificate of no trusted authority", optionsFor(impostor), "https://api.openai.com/v1/models?key=SECRET",
+         Kind::tlsFailure, tls + "（api.openai.com）"},
+        {"the system's authorities only", systemTrust, "https://api.openai.com/v1/models", Kind::tlsFailure,
+         tls + "（api.openai.com）"},
+        {"a host name not in the certificate", otherName, "https://api.example.org/", Kind::tlsFailure,
+         tls + "（api.example.org）"},
+        {"nothing listening", nothingListening, "https://api.openai.com/v1/models", Kind::connectionRefused,
+         "无法连接到服务器，连接被拒绝（api.openai.com）"},
+        {"an unknown host", {}, "https://no-such-host.invalid/path?key=SECRET", Kind::hostNotFound,
+         "找不到服务器，请检查网络或服务地址（no-such-host.invalid）"},
+    };
+    for (const Case& c : cases) {
+        const TransportError error = transportErrorOf(CurlHttpClient(c.options).send(get(c.url)));
+        EXPECT_EQ(error.kind, c.kind) << c.what << ": " << error.detail;
+        EXPECT_EQ(error.description(), c.text) << c.what;
+        EXPECT_EQ(error.detail.find("SECRET"), std::string::npos) << c.what;
+    }
+    EXPECT_EQ(trusted.requestCount() + impostor.requestCount(), 0u);
 }
 
 TEST(HttpClientFailureTest, UrlsThatAreNotHttpAreInvalidAndShownWithoutSecrets) {

@@ -1,20 +1,19 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <optional>
 
-#include "FakeHttpsServer.h"
+#include "FakeChatServices.h"
+#include "ServiceHarness.h"
 #include "TestCertificates.h"
 #include "core/CurlHttpClient.h"
-#include "core/RunLoop.h"
-#include "core/ThreadPool.h"
-#include "core/TranslationService.h"
 
 namespace tavi {
 namespace {
 
 using namespace std::chrono_literals;
 using test::FakeHttpsServer;
+using test::FakeOpenAIService;
+using test::ServiceHarness;
 
 // Lets a stalled server be noticed in a test's time instead of the
 // provider's own sixty seconds; everything else goes through untouched.
@@ -33,40 +32,25 @@ private:
 
 class OpenAIOverHttpsTest : public ::testing::Test {
 protected:
-    OpenAIOverHttpsTest() {
-        settings.openAIAPIKey = "sk-test";
-        settings.targetLanguage = Language::chinese;
-    }
+    OpenAIOverHttpsTest() { harness.settings.openAIAPIKey = "sk-test"; }
 
-    Result<TranslationResult> translate(const std::string& text) {
-        std::optional<Result<TranslationResult>> outcome;
-        service.translate(text, [&](Result<TranslationResult> r) {
-            outcome.emplace(std::move(r));
-            loop.quit();
-        });
-        loop.run();
-        return std::move(*outcome);
-    }
-
+    Result<TranslationResult> translate(const std::string& text) { return harness.translateAndWait(text); }
     std::string failureOf(const std::string& text) {
         auto result = translate(text);
         return result.ok() ? "succeeded: " + result->translatedText : describe(result.error());
     }
 
-    FakeHttpsServer server;
-    CurlHttpClient client{{.connectTo = {server.connectTo("api.openai.com")},
-                           .caBundle = test::TestCertificates::instance().caPath()}};
+    FakeOpenAIService openAI{"sk-test"};
+    FakeHttpsServer& server = openAI.server();
+    CurlHttpClient client{{.connectTo = {openAI.connectTo()}, .caBundle = test::TestCertificates::instance().caPath()}};
     ShortTimeouts transport{client};
-    AppSettingsValues settings;
-    RunLoop loop;
-    ThreadPool pool{1};
-    TranslationService service{{[this]() -> const AppSettingsValues& { return settings; }, transport, loop, pool}};
+    ServiceHarness harness{&transport};
 };
 
 constexpr const char* kPath = "/v1/chat/completions";
 
 TEST_F(OpenAIOverHttpsTest, RequestArrivesByteForByteAndTheReplyIsTrimmed) {
-    server.on("POST", kPath, FakeHttpsServer::respond(200, R"({"choices":[{"message":{"content":"\n 早上好 \n"}}]})"));
+    openAI.scriptReply(200, FakeOpenAIService::replyBody("\n 早上好 \n"));
     auto result = translate("Good morning");
     ASSERT_TRUE(result.ok()) << describe(result.error());
     EXPECT_EQ(result->translatedText, "早上好");
@@ -101,27 +85,25 @@ TEST_F(OpenAIOverHttpsTest, EveryWayTheServerCanFailReachesTheUserAsText) {
         {FakeHttpsServer::respond(200, "{\"choices\":[{\"message\":{\"content\":\"" +
                                            FakeHttpsServer::invalidUtf8Text() + "\"}}]}"),
          "服务器返回的内容不是有效的 JSON"},
-        {FakeHttpsServer::hugeBody(64 * 1024 * 1024), "服务器返回的内容过大，已停止接收（api.openai.com）"},
-        {FakeHttpsServer::hugeBody(64 * 1024 * 1024, false),
-         "服务器返回的内容过大，已停止接收（api.openai.com）"},
+        // Announced or chunked alike (HttpClientTest holds both to the limit).
+        {FakeHttpsServer::hugeBody(64 * 1024 * 1024, false), "服务器返回的内容过大，已停止接收（api.openai.com）"},
         {FakeHttpsServer::truncatedBody(R"({"choices":[{"message":{"content":"x"}}]})", 10), lost},
         {FakeHttpsServer::resetMidResponse(R"({"choices":)", 200), lost},
         {server.stall(5s), "请求超时，服务器没有及时响应（api.openai.com）"},
     };
     for (const auto& [handler, expected] : cases) {
-        server.on("POST", kPath, handler);
+        server.on("POST", kPath, handler);  // in the fake's place
         EXPECT_EQ(failureOf("hello"), expected);
-        EXPECT_FALSE(service.isTranslating());
+        EXPECT_FALSE(harness.service().isTranslating());
     }
 }
 
 TEST_F(OpenAIOverHttpsTest, KeptAliveConnectionClosedBetweenTranslationsIsReplacedUnnoticed) {
-    server.on("POST", kPath, FakeHttpsServer::respond(200, R"({"choices":[{"message":{"content":"好"}}]})"));
     for (int i = 0; i < 3; ++i) ASSERT_TRUE(translate("good").ok());
     EXPECT_EQ(server.connectionCount(), 1u);
 
     server.setDropConnectionAfterEachResponse(true);
-    for (int i = 0; i < 3; ++i) EXPECT_EQ(failureOf("good"), "succeeded: 好") << i;
+    for (int i = 0; i < 3; ++i) EXPECT_EQ(failureOf("good"), "succeeded: 译：good") << i;
     EXPECT_EQ(server.requestCount(), 6u);  // a dead connection is found before sending, never after
 }
 

@@ -11,6 +11,8 @@
 #include <cstdlib>
 #include <stdexcept>
 
+#include "TestCertificates.h"
+
 extern char** environ;
 
 namespace tavi::test {
@@ -100,19 +102,20 @@ CliResult runProgram(const std::string& program, const std::vector<std::string>&
     return result;
 }
 
-CliSandbox::CliSandbox() {
-    std::string pattern = (std::filesystem::temp_directory_path() / "tavi-cli-XXXXXX").string();
-    if (!::mkdtemp(pattern.data())) throw std::runtime_error("mkdtemp failed");
-    configHome_ = pattern;
+std::string openssl(const std::vector<std::string>& args) {
+    const CliResult r = runProgram("/usr/bin/openssl", args);
+    if (r.exitCode != 0) throw std::runtime_error("openssl " + args[0] + " failed: " + r.err);
+    return r.out;
 }
 
-CliSandbox::~CliSandbox() {
-    std::error_code ignored;
-    std::filesystem::remove_all(configHome_, ignored);
+EnvVars routedTo(const std::vector<std::string>& connectTo) {
+    std::string joined;
+    for (const std::string& entry : connectTo) joined += (joined.empty() ? "" : ",") + entry;
+    return {{"TAVI_CONNECT_TO", joined}, {"TAVI_CA_BUNDLE", TestCertificates::instance().caPath()}};
 }
 
 CliResult CliSandbox::run(const std::vector<std::string>& args, const std::string& input, const EnvVars& env) const {
-    EnvVars all{{"XDG_CONFIG_HOME", configHome_.string()}, {"HOME", configHome_.string()}};
+    EnvVars all{{"XDG_CONFIG_HOME", configHome().string()}, {"HOME", configHome().string()}};
     all.insert(all.end(), env.begin(), env.end());
     return runProgram(TAVI_BINARY_PATH, args, input, all);
 }

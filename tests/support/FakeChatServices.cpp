@@ -10,6 +10,7 @@ namespace tavi::test {
 namespace {
 
 using nlohmann::json;
+using verify::find;
 using verify::Params;
 
 std::string dump(const json& value) { return value.dump(-1, ' ', false, json::error_handler_t::replace); }
@@ -20,13 +21,6 @@ std::optional<json> parseObject(const std::string& body) {
     return parsed;
 }
 
-std::optional<std::string> find(const Params& params, const std::string& name) {
-    for (const auto& [key, value] : params) {
-        if (key == name) return value;
-    }
-    return std::nullopt;
-}
-
 bool startsWith(std::string_view text, std::string_view prefix) { return text.substr(0, prefix.size()) == prefix; }
 bool endsWith(std::string_view text, std::string_view suffix) {
     return text.size() >= suffix.size() && text.substr(text.size() - suffix.size()) == suffix;
@@ -35,6 +29,22 @@ bool endsWith(std::string_view text, std::string_view suffix) {
 std::string serial(const char* prefix) {
     static std::atomic<unsigned> counter{0};
     return prefix + std::to_string(++counter);
+}
+
+// True when the text holds a character from the CJK blocks.
+bool looksChinese(const std::string& text) {
+    // U+4E00..U+9FFF are encoded as E4 B8 80 .. E9 BF BF.
+    for (std::size_t i = 0; i + 2 < text.size(); ++i) {
+        const auto lead = static_cast<unsigned char>(text[i]);
+        if (lead >= 0xE4 && lead <= 0xE9 && (static_cast<unsigned char>(text[i + 1]) & 0xC0) == 0x80) return true;
+    }
+    return false;
+}
+
+// --- OpenAI's error envelope.
+std::string openAIError(const std::string& message, const json& code = nullptr) {
+    return dump(
+        {{"error", {{"message", message}, {"type", "invalid_request_error"}, {"param", nullptr}, {"code", code}}}});
 }
 
 // --- Anthropic's error envelope.
@@ -53,23 +63,74 @@ std::string googleError(int code, const std::string& message, const std::string&
 
 }  // namespace
 
-// ---------------------------------------------------------------- common
+// ---------------------------------------------------------------- OpenAI
 
-bool FakeChatService::looksChinese(const std::string& text) {
-    // U+4E00..U+9FFF are encoded as E4 B8 80 .. E9 BF BF.
-    for (std::size_t i = 0; i + 2 < text.size(); ++i) {
-        const auto lead = static_cast<unsigned char>(text[i]);
-        if (lead >= 0xE4 && lead <= 0xE9 && (static_cast<unsigned char>(text[i + 1]) & 0xC0) == 0x80) return true;
+FakeOpenAIService::FakeOpenAIService(std::string apiKey)
+    : FakeService("api.openai.com", "POST", "/v1/chat/completions"), apiKey_(std::move(apiKey)) {}
+
+std::string FakeOpenAIService::replyBody(const std::string& content, const std::string& model) {
+    return dump({{"id", serial("chatcmpl-fake")},
+                 {"object", "chat.completion"},
+                 {"created", 1741338902},
+                 {"model", model},
+                 {"choices",
+                  {{{"index", 0},
+                    {"message", {{"role", "assistant"}, {"content", content}}},
+                    {"finish_reason", "stop"}}}},
+                 {"usage", {{"prompt_tokens", 12}, {"completion_tokens", 8}, {"total_tokens", 20}}}});
+}
+
+FakeService::Verdict FakeOpenAIService::examine(const RecordedRequest& request) {
+    const std::string authorization = request.header("Authorization");
+    constexpr std::string_view kScheme = "Bearer ";
+    if (!startsWith(authorization, kScheme)) {
+        return refuse("no bearer key", {401, openAIError("You didn't provide an API key. You need to provide your API "
+                                                         "key in an Authorization header using Bearer auth.")});
     }
-    return false;
+    const std::string key = authorization.substr(kScheme.size());
+    if (key.empty() || (!apiKey_.empty() && key != apiKey_)) {
+        return refuse("wrong key", {401, openAIError("Incorrect API key provided. You can find your API key at "
+                                                     "https://platform.openai.com/account/api-keys.",
+                                                     "invalid_api_key")});
+    }
+    if (!startsWith(request.header("Content-Type"), "application/json")) {
+        return refuse("Content-Type " + request.header("Content-Type"),
+                      {400, openAIError("Unsupported content type: '" + request.header("Content-Type") + "'.")});
+    }
+    const auto body = parseObject(request.body);
+    if (!body) {
+        return refuse("body is not a JSON object",
+                      {400, openAIError("We could not parse the JSON body of your request.")});
+    }
+    if (!body->contains("model") || !(*body)["model"].is_string()) {
+        return refuse("bad model", {400, openAIError("you must provide a model parameter")});
+    }
+    const json& messages = body->value("messages", json());
+    if (!messages.is_array() || messages.empty()) {
+        return refuse("bad messages", {400, openAIError("Missing required parameter: 'messages'.")});
+    }
+    Verdict accepted;
+    for (const json& message : messages) {
+        if (!message.is_object() || !message.contains("role") || !message["role"].is_string() ||
+            !message.contains("content") || !message["content"].is_string()) {
+            return refuse("bad message " + message.dump(), {400, openAIError("Invalid value for 'messages'.")});
+        }
+        if (message["role"] == "user") accepted.text = message["content"].get<std::string>();
+    }
+    accepted.model = (*body)["model"].get<std::string>();
+    return accepted;
+}
+
+FakeService::Reply FakeOpenAIService::translation(const RecordedRequest&, const Verdict& accepted) {
+    return {200, replyBody(translationOf(accepted.text), accepted.model)};
 }
 
 // ---------------------------------------------------------------- Claude
 
 FakeClaudeService::FakeClaudeService(std::string apiKey)
-    : FakeChatService("api.anthropic.com", "POST", "/v1/messages"), apiKey_(std::move(apiKey)) {}
+    : FakeService("api.anthropic.com", "POST", "/v1/messages"), apiKey_(std::move(apiKey)) {}
 
-FakeChatService::Verdict FakeClaudeService::examine(const RecordedRequest& request) {
+FakeService::Verdict FakeClaudeService::examine(const RecordedRequest& request) {
     if (request.headerCount("x-api-key") == 0) {
         return refuse("no x-api-key", {401, anthropicError("authentication_error", "x-api-key header is required")});
     }
@@ -109,7 +170,7 @@ FakeChatService::Verdict FakeClaudeService::examine(const RecordedRequest& reque
     return accepted;
 }
 
-FakeChatService::Reply FakeClaudeService::translation(const RecordedRequest&, const Verdict& accepted) {
+FakeService::Reply FakeClaudeService::translation(const RecordedRequest&, const Verdict& accepted) {
     return {200, dump({{"id", serial("msg_fake")},
                        {"type", "message"},
                        {"role", "assistant"},
@@ -123,9 +184,9 @@ FakeChatService::Reply FakeClaudeService::translation(const RecordedRequest&, co
 // ---------------------------------------------------------------- Google
 
 FakeGoogleService::FakeGoogleService(std::string apiKey)
-    : FakeChatService("translation.googleapis.com", "POST", "/language/translate/v2"), apiKey_(std::move(apiKey)) {}
+    : FakeService("translation.googleapis.com", "POST", "/language/translate/v2"), apiKey_(std::move(apiKey)) {}
 
-FakeChatService::Verdict FakeGoogleService::examine(const RecordedRequest& request) {
+FakeService::Verdict FakeGoogleService::examine(const RecordedRequest& request) {
     // Google's front end answers a POST without a length before the API sees it.
     if (request.headerCount("Content-Length") == 0 && request.headerCount("Transfer-Encoding") == 0) {
         return refuse("POST without Content-Length",
@@ -170,7 +231,7 @@ FakeChatService::Verdict FakeGoogleService::examine(const RecordedRequest& reque
     return accepted;
 }
 
-FakeChatService::Reply FakeGoogleService::translation(const RecordedRequest&, const Verdict& accepted) {
+FakeService::Reply FakeGoogleService::translation(const RecordedRequest&, const Verdict& accepted) {
     json item = {{"translatedText", translationOf(accepted.text)}};
     // Like the real service: the detected language comes only when none was named.
     if (accepted.sourceCode.empty()) item["detectedSourceLanguage"] = looksChinese(accepted.text) ? "zh-CN" : "en";
@@ -180,11 +241,11 @@ FakeChatService::Reply FakeGoogleService::translation(const RecordedRequest&, co
 // ---------------------------------------------------------------- DeepL
 
 FakeDeepLService::FakeDeepLService(std::string apiKey, Plan plan)
-    : FakeChatService(plan == Plan::pro ? "api.deepl.com" : "api-free.deepl.com", "POST", "/v2/translate"),
+    : FakeService(plan == Plan::pro ? "api.deepl.com" : "api-free.deepl.com", "POST", "/v2/translate"),
       apiKey_(std::move(apiKey)),
       plan_(plan) {}
 
-FakeChatService::Verdict FakeDeepLService::examine(const RecordedRequest& request) {
+FakeService::Verdict FakeDeepLService::examine(const RecordedRequest& request) {
     const std::string authorization = request.header("Authorization");
     constexpr std::string_view kScheme = "DeepL-Auth-Key ";
     if (!startsWith(authorization, kScheme)) return refuse("no DeepL-Auth-Key", {403, ""});
@@ -228,7 +289,7 @@ FakeChatService::Verdict FakeDeepLService::examine(const RecordedRequest& reques
     return accepted;
 }
 
-FakeChatService::Reply FakeDeepLService::translation(const RecordedRequest&, const Verdict& accepted) {
+FakeService::Reply FakeDeepLService::translation(const RecordedRequest&, const Verdict& accepted) {
     const std::string detected = !accepted.sourceCode.empty() ? accepted.sourceCode
                                  : looksChinese(accepted.text) ? "ZH"
                                                                : "EN";

@@ -1,17 +1,17 @@
 #pragma once
 
-#include <optional>
 #include <string>
-#include <vector>
 
 #include "FakeService.h"
 
 namespace tavi::test {
 
 // Loopback stand-ins for the services that authenticate with a plain API key:
-// Anthropic's Messages API, Google Translation v2 and DeepL v2 (Free or Pro).
-// Each checks what actually arrived the way the real service does and
-// refuses it with the real service's error shape:
+// OpenAI's Chat Completions, Anthropic's Messages API, Google Translation v2
+// and DeepL v2 (Free or Pro). Each checks what actually arrived the way the
+// real service does and refuses it with the real service's error shape:
+//   OpenAI  401 {"error":{"message":"Incorrect API key provided. ...","code":"invalid_api_key",...}}
+//           400 invalid_request_error for a malformed body
 //   Claude  401 {"type":"error","error":{"type":"authentication_error","message":"invalid x-api-key"}}
 //           400 invalid_request_error for a missing anthropic-version or a malformed body
 //   Google  400 {"error":{"code":400,"message":"API key not valid. Please pass a valid API key.",...}}
@@ -19,15 +19,25 @@ namespace tavi::test {
 //   DeepL   403 {"message":"Wrong endpoint. Use https://api.deepl.com"} for a key of the other plan
 //           403 with an empty body for an unknown key
 //           400 {"message":"Value for 'source_lang' not supported."} for a regional source code
-class FakeChatService : public FakeService {
-protected:
-    using FakeService::FakeService;
 
-    // True when the text holds a character from the CJK blocks.
-    static bool looksChinese(const std::string& text);
+// Given a key, it refuses every other one; given none, it takes any, for a
+// Tavi whose key is changed while it runs. The user's text is the content of
+// the last "user" message.
+class FakeOpenAIService final : public FakeService {
+public:
+    explicit FakeOpenAIService(std::string apiKey = {});
+
+    // A Chat Completions reply whose one choice carries `content`.
+    static std::string replyBody(const std::string& content, const std::string& model = "gpt-4o-mini");
+
+private:
+    Verdict examine(const RecordedRequest& request) override;
+    Reply translation(const RecordedRequest& request, const Verdict& accepted) override;
+
+    std::string apiKey_;
 };
 
-class FakeClaudeService final : public FakeChatService {
+class FakeClaudeService final : public FakeService {
 public:
     explicit FakeClaudeService(std::string apiKey);
 
@@ -39,7 +49,7 @@ private:
 };
 
 // Reports "zh-CN" or "en" as the detected language when no source was given.
-class FakeGoogleService final : public FakeChatService {
+class FakeGoogleService final : public FakeService {
 public:
     explicit FakeGoogleService(std::string apiKey);
 
@@ -55,7 +65,7 @@ private:
 // as the real service does; a key of the right plan that is not `apiKey` is
 // unknown. Source codes must be bare ("EN", not "EN-US"), as on the real
 // service. Reports the source that was sent, else "ZH" or "EN", as detected.
-class FakeDeepLService final : public FakeChatService {
+class FakeDeepLService final : public FakeService {
 public:
     enum class Plan { free, pro };
 

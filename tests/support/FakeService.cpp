@@ -24,12 +24,12 @@ std::vector<std::string> FakeService::rejections() const {
 
 std::size_t FakeService::acceptedCount() const {
     std::lock_guard lock(mutex_);
-    return receivedTexts_.size();
+    return texts_.size();
 }
 
-std::vector<std::string> FakeService::receivedTexts() const {
+std::vector<std::string> FakeService::texts() const {
     std::lock_guard lock(mutex_);
-    return receivedTexts_;
+    return texts_;
 }
 
 void FakeService::handle(const RecordedRequest& request, httplib::Response& response) {
@@ -40,7 +40,7 @@ void FakeService::handle(const RecordedRequest& request, httplib::Response& resp
         if (reply) {
             rejections_.push_back(verdict.reason);
         } else {
-            receivedTexts_.push_back(verdict.text);
+            texts_.push_back(verdict.text);
             reply = script_;
         }
     }

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "CliRunner.h"
 #include "FakeHttpsServer.h"
 
 namespace tavi::test {
@@ -25,6 +26,8 @@ public:
     const std::string& host() const { return host_; }
     // The TAVI_CONNECT_TO entry that routes the production host here.
     std::string connectTo() const { return server_.connectTo(host_); }
+    // TAVI_CONNECT_TO and TAVI_CA_BUNDLE for a tavi process that uses it.
+    EnvVars environment() const { return routedTo({connectTo()}); }
     FakeHttpsServer& server() { return server_; }
 
     // Accepted requests get this reply instead of a translation (for hostile
@@ -37,7 +40,7 @@ public:
     std::size_t acceptedCount() const;
     // The texts of accepted requests, decoded as the service decodes them
     // (empty for fakes that do not pick the text out while examining).
-    std::vector<std::string> receivedTexts() const;
+    std::vector<std::string> texts() const;
 
     static std::string translationOf(const std::string& text) { return kTranslationPrefix + text; }
 
@@ -77,7 +80,7 @@ private:
     mutable std::mutex mutex_;
     std::optional<Reply> script_;
     std::vector<std::string> rejections_;
-    std::vector<std::string> receivedTexts_;
+    std::vector<std::string> texts_;
 };
 
 }  // namespace tavi::test

@@ -13,17 +13,11 @@ namespace tavi::test {
 namespace {
 
 using nlohmann::json;
+using verify::find;
 using verify::Params;
 
 // The services accept a clock this far off their own.
 constexpr std::int64_t kAllowedSkewSeconds = 15 * 60;
-
-std::optional<std::string> find(const Params& params, const std::string& name) {
-    for (const auto& [key, value] : params) {
-        if (key == name) return value;
-    }
-    return std::nullopt;
-}
 
 Params withoutSignature(const Params& params) {
     Params rest;
@@ -57,48 +51,27 @@ bool isFresh(std::optional<std::int64_t> moment) {
     return moment && std::llabs(*moment - nowSeconds()) <= kAllowedSkewSeconds;
 }
 
-std::vector<std::string> lines(const std::string& text) {
-    std::vector<std::string> out;
-    std::size_t start = 0;
-    while (true) {
-        const auto end = text.find('\n', start);
-        out.push_back(text.substr(start, end - start));
-        if (end == std::string::npos) return out;
-        start = end + 1;
-    }
-}
-
 std::string dump(const json& value) { return value.dump(-1, ' ', false, json::error_handler_t::replace); }
 
-}  // namespace
-
-// ---------------------------------------------------------------- common
-
-std::string FakeSignedService::requestId() {
+std::string requestId() {
     static std::atomic<unsigned> counter{0};
     char id[48];
     std::snprintf(id, sizeof id, "5F1C2A3B-0000-4000-8000-%012u", ++counter);
     return id;
 }
 
-FakeService::Verdict FakeSignedService::examine(const RecordedRequest& request) {
-    std::string reason;
-    if (auto reply = refusal(request, reason)) return refuse(std::move(reason), std::move(*reply));
-    return {};
-}
+}  // namespace
 
 // ---------------------------------------------------------------- Baidu
 
 FakeBaiduService::FakeBaiduService(std::string appID, std::string secretKey)
-    : FakeSignedService("fanyi-api.baidu.com", "GET", "/api/trans/vip/translate"),
+    : FakeService("fanyi-api.baidu.com", "GET", "/api/trans/vip/translate"),
       appID_(std::move(appID)),
       secretKey_(std::move(secretKey)) {}
 
-std::optional<FakeSignedService::Reply> FakeBaiduService::refusal(const RecordedRequest& request,
-                                                                  std::string& reason) {
-    const auto error = [&](const char* code, const char* message) {
-        reason = message;
-        return Reply{200, dump({{"error_code", code}, {"error_msg", message}})};
+FakeService::Verdict FakeBaiduService::examine(const RecordedRequest& request) {
+    const auto error = [](const char* code, const char* message) {
+        return refuse(message, {200, dump({{"error_code", code}, {"error_msg", message}})});
     };
     const auto query = verify::parseUrlEncoded(request.query, true);
     if (!query || !find(*query, "q") || !find(*query, "from") || !find(*query, "to") || !find(*query, "salt")) {
@@ -107,14 +80,16 @@ std::optional<FakeSignedService::Reply> FakeBaiduService::refusal(const Recorded
     if (find(*query, "appid") != appID_) return error("52003", "UNAUTHORIZED USER");
     const verify::Verdict verdict = verify::verifyBaidu(*query, appID_, secretKey_);
     if (!verdict) return error("54001", "Invalid Sign");
-    return std::nullopt;
+    Verdict accepted;
+    accepted.text = *find(*query, "q");
+    return accepted;
 }
 
-FakeSignedService::Reply FakeBaiduService::answer(const RecordedRequest& request) {
+FakeService::Reply FakeBaiduService::translation(const RecordedRequest& request, const Verdict& accepted) {
     const Params query = verify::parseUrlEncoded(request.query, true).value_or(Params{});
     const std::string from = find(query, "from").value_or("auto");
     json results = json::array();
-    for (const std::string& line : lines(find(query, "q").value_or(""))) {
+    for (const std::string& line : verify::split(accepted.text, '\n')) {
         results.push_back({{"src", line}, {"dst", translationOf(line)}});
     }
     return {200, dump({{"from", from == "auto" ? "en" : from}, {"to", find(query, "to").value_or("")},
@@ -124,18 +99,18 @@ FakeSignedService::Reply FakeBaiduService::answer(const RecordedRequest& request
 // ---------------------------------------------------------------- Volcano
 
 FakeVolcanoService::FakeVolcanoService(std::string accessKeyID, std::string secretAccessKey)
-    : FakeSignedService("translate.volcengineapi.com", "POST", "/"),
+    : FakeService("translate.volcengineapi.com", "POST", "/"),
       accessKeyID_(std::move(accessKeyID)),
       secretAccessKey_(std::move(secretAccessKey)) {}
 
-std::optional<FakeSignedService::Reply> FakeVolcanoService::refusal(const RecordedRequest& request,
-                                                                    std::string& reason) {
-    const auto error = [&](int status, int codeN, const char* code, const std::string& message) {
-        reason = code + (": " + message);
+FakeService::Verdict FakeVolcanoService::examine(const RecordedRequest& request) {
+    const auto error = [](int status, int codeN, const char* code, const std::string& message,
+                          const std::string& reason = {}) {
         const json metadata = {{"RequestId", requestId()}, {"Action", "TranslateText"}, {"Version", "2020-06-01"},
                                {"Service", "translate"},   {"Region", "cn-north-1"},
                                {"Error", {{"CodeN", codeN}, {"Code", code}, {"Message", message}}}};
-        return Reply{status, dump({{"ResponseMetadata", metadata}})};
+        return refuse(reason.empty() ? code + (": " + message) : reason,
+                      {status, dump({{"ResponseMetadata", metadata}})});
     };
     const auto query = verify::parseUrlEncoded(request.query, false);
     if (!query || find(*query, "Action") != "TranslateText" || find(*query, "Version") != "2020-06-01") {
@@ -151,25 +126,24 @@ std::optional<FakeSignedService::Reply> FakeVolcanoService::refusal(const Record
         return error(401, 100009, "InvalidAccessKey", "The access key you provided does not exist.");
     }
     if (!verdict) {
-        reason = verdict.reason;
         return error(401, 100010, "SignatureDoesNotMatch",
                      "The request signature we calculated does not match the signature you provided. "
-                     "Check your Secret Access Key and signing method.");
+                     "Check your Secret Access Key and signing method.",
+                     verdict.reason);
     }
-    return std::nullopt;
+    const json body = json::parse(request.body, nullptr, false);
+    if (!body.is_object() || !body.contains("TextList") || !body["TextList"].is_array()) {
+        return error(400, 100004, "MissingParameter", "TextList is required");
+    }
+    Verdict accepted;
+    if (!body["TextList"].empty() && body["TextList"][0].is_string()) accepted.text = body["TextList"][0].get<std::string>();
+    return accepted;
 }
 
-FakeSignedService::Reply FakeVolcanoService::answer(const RecordedRequest& request) {
-    const json body = json::parse(request.body, nullptr, false);
-    const json* texts = body.is_object() && body.contains("TextList") ? &body["TextList"] : nullptr;
-    if (!texts || !texts->is_array()) {
-        const json metadata = {{"RequestId", requestId()},
-                               {"Error", {{"CodeN", 100004}, {"Code", "MissingParameter"},
-                                          {"Message", "TextList is required"}}}};
-        return {400, dump({{"ResponseMetadata", metadata}})};
-    }
+FakeService::Reply FakeVolcanoService::translation(const RecordedRequest& request, const Verdict&) {
+    const json body = json::parse(request.body);
     json list = json::array();
-    for (const json& text : *texts) {
+    for (const json& text : body["TextList"]) {
         list.push_back({{"Translation", translationOf(text.is_string() ? text.get<std::string>() : text.dump())},
                         {"DetectedSourceLanguage", "en"},
                         {"Extra", nullptr}});
@@ -183,16 +157,16 @@ FakeSignedService::Reply FakeVolcanoService::answer(const RecordedRequest& reque
 // ---------------------------------------------------------------- Aliyun
 
 FakeAliyunService::FakeAliyunService(std::string accessKeyID, std::string accessKeySecret)
-    : FakeSignedService("mt.cn-hangzhou.aliyuncs.com", "POST", "/"),
+    : FakeService("mt.cn-hangzhou.aliyuncs.com", "POST", "/"),
       accessKeyID_(std::move(accessKeyID)),
       accessKeySecret_(std::move(accessKeySecret)) {}
 
-std::optional<FakeSignedService::Reply> FakeAliyunService::refusal(const RecordedRequest& request,
-                                                                   std::string& reason) {
-    const auto error = [&](int status, const char* code, const std::string& message) {
-        reason = code + (": " + message);
-        return Reply{status, dump({{"RequestId", requestId()}, {"HostId", "mt.cn-hangzhou.aliyuncs.com"},
-                                   {"Code", code}, {"Message", message}})};
+FakeService::Verdict FakeAliyunService::examine(const RecordedRequest& request) {
+    const auto error = [](int status, const char* code, const std::string& message) {
+        return refuse(code + (": " + message), {status, dump({{"RequestId", requestId()},
+                                                               {"HostId", "mt.cn-hangzhou.aliyuncs.com"},
+                                                               {"Code", code},
+                                                               {"Message", message}})});
     };
     if (request.header("Content-Type").rfind("application/x-www-form-urlencoded", 0) != 0) {
         return error(400, "MissingParameter", "The input parameter \"Action\" that is mandatory is missing.");
@@ -221,16 +195,17 @@ std::optional<FakeSignedService::Reply> FakeAliyunService::refusal(const Recorde
             return error(400, "SignatureNonceUsed", "Specified signature nonce was used already.");
         }
     }
-    return std::nullopt;
+    Verdict accepted;
+    accepted.text = find(*form, "SourceText").value_or("");
+    accepted.sourceCode = find(*form, "SourceLanguage").value_or("auto");
+    return accepted;
 }
 
-FakeSignedService::Reply FakeAliyunService::answer(const RecordedRequest& request) {
-    const Params form = verify::parseUrlEncoded(request.body, true).value_or(Params{});
-    const std::string text = find(form, "SourceText").value_or("");
-    const std::string source = find(form, "SourceLanguage").value_or("auto");
+FakeService::Reply FakeAliyunService::translation(const RecordedRequest&, const Verdict& accepted) {
+    const std::string& source = accepted.sourceCode;
     return {200, dump({{"RequestId", requestId()},
-                       {"Data", {{"WordCount", std::to_string(text.size())},
-                                 {"Translated", translationOf(text)},
+                       {"Data", {{"WordCount", std::to_string(accepted.text.size())},
+                                 {"Translated", translationOf(accepted.text)},
                                  {"DetectedLanguage", source == "auto" ? "en" : source}}},
                        {"Code", "200"}})};
 }

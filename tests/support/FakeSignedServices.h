@@ -1,10 +1,7 @@
 #pragma once
 
-#include <memory>
-#include <optional>
 #include <set>
 #include <string>
-#include <vector>
 
 #include "FakeService.h"
 
@@ -18,53 +15,37 @@ namespace tavi::test {
 //   Aliyun  400 {"Code":"SignatureDoesNotMatch","Message":"... server string to sign is:..."}
 // A correctly signed request gets a translation at once: every line prefixed
 // with kTranslationPrefix (Baidu answers line by line, like the real one).
-class FakeSignedService : public FakeService {
-protected:
-    using FakeService::FakeService;
-
-    // Fills `reason` and returns the service's refusal when the request must
-    // be refused, or nothing when it is correctly signed.
-    virtual std::optional<Reply> refusal(const RecordedRequest& request, std::string& reason) = 0;
-    virtual Reply answer(const RecordedRequest& request) = 0;
-
-    static std::string requestId();
-
-private:
-    Verdict examine(const RecordedRequest& request) final;
-    Reply translation(const RecordedRequest& request, const Verdict&) final { return answer(request); }
-};
-
-class FakeBaiduService final : public FakeSignedService {
+class FakeBaiduService final : public FakeService {
 public:
     FakeBaiduService(std::string appID, std::string secretKey);
 
 private:
-    std::optional<Reply> refusal(const RecordedRequest& request, std::string& reason) override;
-    Reply answer(const RecordedRequest& request) override;
+    Verdict examine(const RecordedRequest& request) override;
+    Reply translation(const RecordedRequest& request, const Verdict& accepted) override;
 
     std::string appID_;
     std::string secretKey_;
 };
 
-class FakeVolcanoService final : public FakeSignedService {
+class FakeVolcanoService final : public FakeService {
 public:
     FakeVolcanoService(std::string accessKeyID, std::string secretAccessKey);
 
 private:
-    std::optional<Reply> refusal(const RecordedRequest& request, std::string& reason) override;
-    Reply answer(const RecordedRequest& request) override;
+    Verdict examine(const RecordedRequest& request) override;
+    Reply translation(const RecordedRequest& request, const Verdict& accepted) override;
 
     std::string accessKeyID_;
     std::string secretAccessKey_;
 };
 
-class FakeAliyunService final : public FakeSignedService {
+class FakeAliyunService final : public FakeService {
 public:
     FakeAliyunService(std::string accessKeyID, std::string accessKeySecret);
 
 private:
-    std::optional<Reply> refusal(const RecordedRequest& request, std::string& reason) override;
-    Reply answer(const RecordedRequest& request) override;
+    Verdict examine(const RecordedRequest& request) override;
+    Reply translation(const RecordedRequest& request, const Verdict& accepted) override;
 
     std::string accessKeyID_;
     std::string accessKeySecret_;

@@ -1,8 +1,6 @@
 #include "ReportKeyPair.h"
 
 #include <atomic>
-#include <fstream>
-#include <sstream>
 #include <stdexcept>
 #include <vector>
 
@@ -12,13 +10,6 @@ namespace tavi::test {
 namespace {
 
 constexpr const char* kOpenssl = "/usr/bin/openssl";
-
-std::string readFile(const std::filesystem::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream content;
-    content << in.rdbuf();
-    return content.str();
-}
 
 std::string freshName(const char* stem) {
     static std::atomic<int> counter{0};
@@ -33,9 +24,6 @@ const ReportKeyPair& ReportKeyPair::instance() {
 }
 
 ReportKeyPair::ReportKeyPair() {
-    std::string pattern = (std::filesystem::temp_directory_path() / "tavi-report-keys-XXXXXX").string();
-    if (!::mkdtemp(pattern.data())) throw std::runtime_error("mkdtemp failed");
-    directory_ = pattern;
     const auto at = [&](const char* name) { return (directory_ / name).string(); };
 
     openssl({"genpkey", "-algorithm", "RSA", "-pkeyopt", "rsa_keygen_bits:2048", "-out", at("key.pem")});
@@ -57,20 +45,9 @@ ReportKeyPair::ReportKeyPair() {
     }
 }
 
-ReportKeyPair::~ReportKeyPair() {
-    std::error_code ignored;
-    std::filesystem::remove_all(directory_, ignored);
-}
-
-std::string ReportKeyPair::openssl(const std::vector<std::string>& args) const {
-    const CliResult r = runProgram(kOpenssl, args);
-    if (r.exitCode != 0) throw std::runtime_error("openssl " + args[0] + " failed: " + r.err);
-    return r.out;
-}
-
 std::filesystem::path ReportKeyPair::writeFile(const std::string& name, std::string_view content) const {
     const auto path = directory_ / name;
-    std::ofstream(path, std::ios::binary).write(content.data(), static_cast<std::streamsize>(content.size()));
+    test::writeFile(path, content);
     return path;
 }
 

@@ -3,7 +3,8 @@
 #include <filesystem>
 #include <string>
 #include <string_view>
-#include <vector>
+
+#include "TestFiles.h"
 
 namespace tavi::test {
 
@@ -35,13 +36,11 @@ public:
 
     ReportKeyPair(const ReportKeyPair&) = delete;
     ReportKeyPair& operator=(const ReportKeyPair&) = delete;
-    ~ReportKeyPair();
 
 private:
     ReportKeyPair();
-    std::string openssl(const std::vector<std::string>& args) const;
 
-    std::filesystem::path directory_;
+    TempDir directory_{"tavi-report-keys"};
     std::string pkcs8Base64_;
     std::string pkcs8Der_;
     std::string pkcs1Der_;

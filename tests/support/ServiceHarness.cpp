@@ -2,9 +2,9 @@
 
 namespace tavi::test {
 
-ServiceHarness::ServiceHarness() {
+ServiceHarness::ServiceHarness(HttpTransport* given) {
     service_.emplace(TranslationService::Dependencies{
-        [this]() -> const AppSettingsValues& { return settings; }, transport, loop, pool_});
+        [this]() -> const AppSettingsValues& { return settings; }, given ? *given : transport, loop, pool_});
 }
 
 Result<TranslationResult> ServiceHarness::translateAndWait(std::string text) {

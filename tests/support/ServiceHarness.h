@@ -9,14 +9,15 @@
 
 namespace tavi::test {
 
-// A TranslationService wired to a fake transport, with the test thread as its
-// owning thread. translateAndWait() runs the loop until the completion arrives.
+// A TranslationService wired to a fake transport, or to the one given, with
+// the test thread as its owning thread. translateAndWait() runs the loop until
+// the completion arrives.
 class ServiceHarness {
 public:
-    ServiceHarness();
+    explicit ServiceHarness(HttpTransport* given = nullptr);
 
     AppSettingsValues settings;
-    FakeTransport transport;
+    FakeTransport transport;  // the service's, unless another was given
     RunLoop loop;
 
     Result<TranslationResult> translateAndWait(std::string text);

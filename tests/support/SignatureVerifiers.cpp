@@ -48,6 +48,10 @@ std::string trimBlanks(std::string_view text) {
     return std::string(text.substr(first, last - first + 1));
 }
 
+Verdict fail(std::string reason) { return {false, std::move(reason)}; }
+
+}  // namespace
+
 std::optional<std::string> find(const Params& params, std::string_view name) {
     for (const auto& [key, value] : params) {
         if (key == name) return value;
@@ -65,10 +69,6 @@ std::vector<std::string> split(std::string_view text, char separator) {
         start = end + 1;
     }
 }
-
-Verdict fail(std::string reason) { return {false, std::move(reason)}; }
-
-}  // namespace
 
 std::string hex(std::string_view bytes) {
     std::string out;

@@ -29,6 +29,10 @@ std::string base64(std::string_view bytes);
 std::optional<std::string> percentDecode(std::string_view text, bool plusIsSpace);
 // "a=1&b=2" into decoded pairs in arrival order; a pair without "=" has an empty value.
 std::optional<Params> parseUrlEncoded(std::string_view text, bool plusIsSpace);
+// The value of the first parameter of that name.
+std::optional<std::string> find(const Params& params, std::string_view name);
+// The pieces between separators, empty ones included.
+std::vector<std::string> split(std::string_view text, char separator);
 
 // --- Baidu: MD5 over appid + q + salt + key, 32 lower-case hex digits.
 std::string baiduSign(std::string_view appID, std::string_view q, std::string_view salt, std::string_view key);

@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "TestFiles.h"
+
 namespace tavi::test {
 
 // A throwaway certificate authority and a server certificate it signed, made
@@ -33,12 +35,11 @@ public:
 
     TestCertificates(const TestCertificates&) = delete;
     TestCertificates& operator=(const TestCertificates&) = delete;
-    ~TestCertificates();
 
 private:
     TestCertificates();
 
-    std::filesystem::path directory_;
+    TempDir directory_{"tavi-test-certs"};
     std::string caPath_;
     std::string certPath_;
     std::string keyPath_;

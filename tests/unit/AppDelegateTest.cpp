@@ -3,10 +3,10 @@
 #include <string>
 #include <vector>
 
+#include "FakeChatServices.h"
 #include "FakeTransport.h"
 #include "ManualEventLoop.h"
 #include "app/AppDelegate.h"
-#include "core/Json.h"
 #include "platform/dummy/DummyPlatform.h"
 #include "settings/HotkeyModel.h"
 #include "settings/MemorySettingsStore.h"
@@ -15,6 +15,7 @@ namespace tavi {
 namespace {
 
 using namespace std::chrono_literals;
+using test::FakeOpenAIService;
 
 constexpr std::uint32_t kOption = 0x0800;
 
@@ -50,10 +51,6 @@ struct RecordingUi final : ShellUi {
     std::vector<std::pair<TranslationResult, Point>> popups;
     int directWindowShown = 0, settingsShown = 0, screenshots = 0, quits = 0;
 };
-
-std::string chatReply(const std::string& content) {
-    return Json{{"choices", {{{"message", {{"content", content}}}}}}}.dump();
-}
 
 class AppDelegateTest : public ::testing::Test {
 protected:
@@ -194,7 +191,7 @@ TEST_F(AppDelegateTest, HotkeysRunTheirActionsAndAreRegisteredAgainOnChange) {
     EXPECT_FALSE(press(0, kOption));
 
     platform.selectionBackend.selectedText = "hello";
-    transport.respond(200, chatReply("你好"));
+    transport.respond(200, FakeOpenAIService::replyBody("你好"));
     EXPECT_TRUE(press(0, 0x1200));
     ASSERT_EQ(ui.popups.size(), 1u);
     EXPECT_EQ(ui.popups[0].first.translatedText, "你好");
@@ -204,7 +201,7 @@ TEST_F(AppDelegateTest, SelectedTextIsTranslatedIntoThePopupAtThePointer) {
     launch();
     platform.screensBackend.pointer = Point{640, 480};
     platform.selectionBackend.selectedText = "\n  Good morning  \n";
-    transport.respond(200, chatReply("早上好"));
+    transport.respond(200, FakeOpenAIService::replyBody("早上好"));
     ui.chosen(MenuCommand::translateSelectedText);
     loop.advance(1s);
     ASSERT_EQ(ui.popups.size(), 1u);
@@ -252,7 +249,7 @@ TEST_F(AppDelegateTest, FailureBecomesASubstituteResult) {
 TEST_F(AppDelegateTest, CopiedTextReachesThePopupThroughTheMonitor) {
     settings.setClipboardMonitorEnabled(true);
     launch();
-    transport.respond(200, chatReply("复制的文字"));
+    transport.respond(200, FakeOpenAIService::replyBody("复制的文字"));
     platform.clipboardBackend.copyTextFromElsewhere("copied text");
     loop.advance(1s);
     ASSERT_EQ(ui.popups.size(), 1u);

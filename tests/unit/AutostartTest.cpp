@@ -1,15 +1,11 @@
 #include <gtest/gtest.h>
 
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <chrono>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <thread>
 
 #include "CliRunner.h"
+#include "TestFiles.h"
 #include "app/Autostart.h"
 
 namespace tavi {
@@ -19,34 +15,13 @@ namespace fs = std::filesystem;
 
 class AutostartTest : public ::testing::Test {
 protected:
-    void SetUp() override {
-        char pattern[] = "/tmp/tavi-autostart-XXXXXX";
-        ASSERT_NE(::mkdtemp(pattern), nullptr);
-        root_ = pattern;
-    }
-    void TearDown() override {
-        std::error_code ignored;
-        fs::remove_all(root_, ignored);
-    }
-
-    static std::string read(const fs::path& file) {
-        std::ifstream in(file, std::ios::binary);
-        std::ostringstream text;
-        text << in.rdbuf();
-        return text.str();
-    }
     static void write(const fs::path& file, const std::string& text, fs::perms mode = fs::perms::owner_all) {
-        fs::create_directories(file.parent_path());
-        std::ofstream(file, std::ios::binary | std::ios::trunc) << text;
+        test::writeFile(file, text);
         fs::permissions(file, mode);
     }
-    static mode_t modeOf(const fs::path& path) {
-        struct stat status {};
-        EXPECT_EQ(::stat(path.c_str(), &status), 0) << path;
-        return status.st_mode & 07777;
-    }
 
-    fs::path root_;
+    const test::TempDir temp_{"tavi-autostart"};
+    const fs::path& root_ = temp_.path();
 };
 
 // The desktop's own parser (GLib's, through `gio launch`) must run exactly the
@@ -71,7 +46,7 @@ TEST_F(AutostartTest, TheDesktopRunsExactlyTheCommandItNames) {
         const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
         while (!fs::exists(ran) && std::chrono::steady_clock::now() < deadline)
             std::this_thread::sleep_for(std::chrono::milliseconds(10));
-        EXPECT_EQ(read(ran), command.string());
+        EXPECT_EQ(test::readFile(ran), command.string());
     }
 }
 
@@ -82,10 +57,10 @@ TEST_F(AutostartTest, EnabledUntilRemovedOrSwitchedOffByTheDesktop) {
     EXPECT_EQ(autostart.setEnabled(false), std::nullopt) << "nothing to remove is no failure";
     ASSERT_EQ(autostart.setEnabled(true), std::nullopt);
     EXPECT_TRUE(autostart.isEnabled());
-    EXPECT_NE(read(autostart.entryFile()).find("\nX-GNOME-Autostart-enabled=true\n"), std::string::npos);
-    EXPECT_EQ(modeOf(autostart.entryFile()), 0644u);
-    EXPECT_EQ(modeOf(root_ / "config" / "autostart"), 0700u);
-    EXPECT_EQ(modeOf(root_ / "config"), 0700u);
+    EXPECT_NE(test::readFile(autostart.entryFile()).find("\nX-GNOME-Autostart-enabled=true\n"), std::string::npos);
+    EXPECT_EQ(test::modeOf(autostart.entryFile()), 0644u);
+    EXPECT_EQ(test::modeOf(root_ / "config" / "autostart"), 0700u);
+    EXPECT_EQ(test::modeOf(root_ / "config"), 0700u);
     ASSERT_EQ(autostart.setEnabled(false), std::nullopt);
     EXPECT_FALSE(fs::exists(autostart.entryFile()));
 
@@ -109,8 +84,8 @@ TEST_F(AutostartTest, ReplacesTheEntryWholeAndLeavesNothingBehind) {
     // new file renamed into place, never the old one rewritten.
     fs::create_hard_link(autostart.entryFile(), root_ / "old");
     ASSERT_EQ(autostart.setEnabled(true), std::nullopt);
-    EXPECT_EQ(read(root_ / "old"), "[Desktop Entry]\nHidden=true\n");
-    EXPECT_NE(read(autostart.entryFile()).find("Exec=/opt/tavi/bin/tavi\n"), std::string::npos);
+    EXPECT_EQ(test::readFile(root_ / "old"), "[Desktop Entry]\nHidden=true\n");
+    EXPECT_NE(test::readFile(autostart.entryFile()).find("Exec=/opt/tavi/bin/tavi\n"), std::string::npos);
     EXPECT_EQ(std::distance(fs::directory_iterator(autostart.entryFile().parent_path()), fs::directory_iterator()), 1);
 }
 

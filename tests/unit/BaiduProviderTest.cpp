@@ -51,6 +51,7 @@ TEST_F(BaiduProviderTest, Failures) {
         {{401, {}, R"({"error_code":"52001","error_msg":"TIMEOUT"})"}, "HTTP 401"},
         {{200, {}, R"({"error_code":54001})"}, kInvalid},
         {{200, {}, R"({"trans_result":[{"src":"a"},{"dst":"b"}]})"}, kInvalid},
+        {{200, {}, R"({"trans_result":[]})"}, kInvalid},
         {{200, {}, "<html>Bad gateway</html>"}, kNotJson},
         {{200, {}, withNul(R"({"trans_result":[{"dst":"hi"}]})")}, kInvalid},
         {{200, {}, std::string(100000, '[') + std::string(100000, ']')}, kTooDeep},

@@ -82,11 +82,8 @@ TEST_F(ClipboardMonitorTest, LengthCountsUserPerceivedCharactersOfTheUntrimmedTe
         {" a", 2, true},                  // the blank counts
         {"   ", 2, false},                // nothing left after trimming
         {"\n\t \u3000", 0, false},        // ideographic space is white space too
-        {"e\u0301", 2, false},            // e + combining acute: one character
+        {"e\u0301", 2, false},            // e + combining acute: one character (TextTest has the rest)
         {"e\u0301e\u0301", 2, true},
-        {"\U0001F468\u200D\U0001F469\u200D\U0001F467", 2, false},  // family: one emoji
-        {"\U0001F1E8\U0001F1F3\U0001F1EF\U0001F1F5", 2, true},       // two flags
-        {"\U0001F44D\U0001F3FD", 2, false},                          // thumbs up with a skin tone
         {"ab", 3, false},
         {"x", 0, true},
         {"x", -5, true},

@@ -4,10 +4,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 #include <string>
 
 #include <sys/resource.h>
@@ -18,6 +16,7 @@
 #include <QVariant>
 
 #include "ScopedEnv.h"
+#include "TestFiles.h"
 #include "core/NotificationCenter.h"
 #include "settings/AppSettings.h"
 #include "settings/FileSettingsStore.h"
@@ -30,36 +29,12 @@ namespace fs = std::filesystem;
 
 class FileSettingsStoreTest : public ::testing::Test {
 protected:
-    void SetUp() override {
-        char pattern[] = "/tmp/tavi-settings-XXXXXX";
-        ASSERT_NE(::mkdtemp(pattern), nullptr);
-        root_ = pattern;
-        file_ = root_ / "config" / "tavi" / "tavi.conf";
-    }
-    void TearDown() override {
-        std::error_code ignored;
-        fs::permissions(root_, fs::perms::owner_all, ignored);
-        fs::remove_all(root_, ignored);
-    }
+    std::string fileText() const { return test::readFile(file_); }
+    void writeFile(const std::string& content) const { test::writeFile(file_, content); }
 
-    static mode_t modeOf(const fs::path& path) {
-        struct stat status {};
-        EXPECT_EQ(::stat(path.c_str(), &status), 0) << path;
-        return status.st_mode & 07777;
-    }
-    std::string fileText() const {
-        std::ifstream in(file_, std::ios::binary);
-        std::ostringstream text;
-        text << in.rdbuf();
-        return text.str();
-    }
-    void writeFile(const std::string& content) const {
-        fs::create_directories(file_.parent_path());
-        std::ofstream(file_, std::ios::binary | std::ios::trunc) << content;
-    }
-
-    fs::path root_;
-    fs::path file_;
+    const test::TempDir temp_{"tavi-settings"};
+    const fs::path& root_ = temp_.path();
+    const fs::path file_ = root_ / "config" / "tavi" / "tavi.conf";
 };
 
 TEST_F(FileSettingsStoreTest, WorksWithoutAnApplicationObject) {
@@ -82,21 +57,21 @@ TEST_F(FileSettingsStoreTest, ReadingNeverCreatesTheFile) {
 TEST_F(FileSettingsStoreTest, DirectoryAndFileArePrivateAndStaySo) {
     FileSettingsStore store(file_);
     store.setValue("openAIAPIKey", std::string("sk-first"));
-    EXPECT_EQ(modeOf(root_ / "config"), 0700u);
-    EXPECT_EQ(modeOf(file_.parent_path()), 0700u);
+    EXPECT_EQ(test::modeOf(root_ / "config"), 0700u);
+    EXPECT_EQ(test::modeOf(file_.parent_path()), 0700u);
     for (int i = 0; i < 5; ++i) {
         store.setValue("openAIAPIKey", "sk-" + std::to_string(i));
         store.setValue("deepLIsPro", i % 2 == 0);
-        EXPECT_EQ(modeOf(file_), 0600u) << i;
+        EXPECT_EQ(test::modeOf(file_), 0600u) << i;
     }
     store.remove("deepLIsPro");
-    EXPECT_EQ(modeOf(file_), 0600u);
+    EXPECT_EQ(test::modeOf(file_), 0600u);
 
     // A file someone left readable by others is closed up at the next write.
     ::chmod(file_.c_str(), 0644);
     FileSettingsStore later(file_);
     later.setValue("claudeAPIKey", std::string("sk-second"));
-    EXPECT_EQ(modeOf(file_), 0600u);
+    EXPECT_EQ(test::modeOf(file_), 0600u);
     EXPECT_EQ(FileSettingsStore(file_).value("openAIAPIKey"), StoredValue(std::string("sk-4")));
 }
 
@@ -228,7 +203,7 @@ TEST_F(FileSettingsStoreTest, KeysWrittenByAnotherProcessMeanwhileAreKept) {
     }
     EXPECT_EQ(text.find("ours-start"), std::string::npos);
     EXPECT_EQ(store.value("theirs-19"), StoredValue(std::string("y")));
-    EXPECT_EQ(modeOf(file_), 0600u);
+    EXPECT_EQ(test::modeOf(file_), 0600u);
 }
 
 TEST_F(FileSettingsStoreTest, GarbageFilesLoadAsDefaults) {
@@ -315,7 +290,8 @@ std::optional<StoredValue> fromQVariant(const QVariant& value) {
 }
 
 // QSettings is the independent judge of the dialect: what it writes, Tavi
-// writes byte for byte, and what it reads from a tricky file, Tavi reads too.
+// writes byte for byte and reads back as it was, and what it reads from a
+// tricky file, Tavi reads too.
 TEST_F(FileSettingsStoreTest, FileDialectMatchesQSettingsIniFormat) {
     const std::pair<std::string, StoredValue> values[] = {
         {"plain", std::string("gpt-4o-mini")},
@@ -323,12 +299,14 @@ TEST_F(FileSettingsStoreTest, FileDialectMatchesQSettingsIniFormat) {
         {"blanks", std::string(" lead and trail ")},
         {"separators", std::string("a;b,c=d")},
         {"at", std::string("@at")},
-        {"controls", std::string("tab\tnl\ncr\r\x01" "b\x1f" "1\x7f\"\\")},
-        {"unicode", std::string("中文 é 😀")},
+        {"doubleAt", std::string("@@")},
+        {"controls", std::string("tab\tnl\ncr\r\x01" "b\x1f" "1\x7f\"\\\a\b\f\v")},
+        {"escapeLookalikes", std::string("\"q\" \\ \\x41")},
+        {"unicode", std::string("中文 é 😀 \u2028")},
         {"nul", std::string("a\0" "1b", 4)},
         {"hotkey", StoredBytes{R"({"keyCode":17,"modifiers":2048})"}},
         {"binary", StoredBytes{std::string("\0\x01\x7f\x80\xff" "9,)", 8)}},
-        {"list", std::vector<std::string>{"a", " b", "c,d", "@e"}},
+        {"list", std::vector<std::string>{"a", " b ", "c,d", "@e", ""}},
         {"emptyList", std::vector<std::string>{}},
         {"flag", true},
         {"number", std::int64_t{-9223372036854775807 - 1}},
@@ -345,15 +323,21 @@ TEST_F(FileSettingsStoreTest, FileDialectMatchesQSettingsIniFormat) {
             qt.setValue(QString::fromStdString(key), toQVariant(value));
         }
         EXPECT_EQ(formatSettingsFile({{key, value}}), fileText()) << key;
+        // Flags and numbers read back as their text, and an empty list as nothing.
+        const bool readsBack = !std::holds_alternative<bool>(value) && !std::holds_alternative<std::int64_t>(value) &&
+                               key != "emptyList";
+        if (readsBack) {
+            EXPECT_EQ(parseSettingsFile(fileText()), (SettingsFileEntries{{key, value}})) << key;
+        }
     }
 
     writeFile("; comment\r\n[General]\r\n  spaced  =  value  \r\nescapes=\\x4e2d\\101\\0\\1019\\t|\\q\\x\n"
               "quoted = \"a;b\" c ; tail\njoined=a\\\nb\nlist=a, \" b\", \"c,d\", @@e\nqq=a\"b,c\"d\n"
-              "at=@foo\natat=@@x\nlistat=a,@b\nlistatat=a,@@b\nlistbytes=a,@ByteArray(b)\nliststring=a,@String(b\\0)\nbytes=@ByteArray(\xc3\xa9z\\x100)\n"
+              "at=@foo\natat=@@x\nlistat=a,@b\nlistatat=a,@@b\nlistbytes=a,@ByteArray(b)\nliststring=a,@String(b\\0)\nbytes=@ByteArray(\xc3\xa9z\\x100)\nbytes2=@ByteArray(\\0\\x1\\xff\\x100z)\n"
               "str=@String(a\\0b)\ninv=@Invalid()\nvar=@Variant(\\0\\0\\0\\x7f\\0\\0\\0)\nrect=@Rect(1 2 3 4)\n"
               "dup=1\ndup=2\n#hash=1\n noeq\nk;x=1\n\"quoted key\"=1\n%41%U0042=k\nback\\slash=1\n"
               "emptylist=,\ntrail=a ,  b  \nk1 = v1 = v2\nuni=\xe4\xb8\xad\nlonghex=\\x123456789\n"
-              "bsend=a\\\n[sec\nin=1\n[ general ]\ng2=1\n[%General]\npg=1\n[a%2Fb]\nc=1\n[x]y]\nz=1\n"
+              "bsend=a\\\n[sec\nin=1\n[ general ]\ng2=1\n[%General]\npg=1\n[a%2Fb]\nc=1\n[u%U00E9]\nk=1\n[x]y]\nz=1\n"
               "unterminated=\"abc\nnext=1\n");
     const SettingsFileEntries ours = parseSettingsFile(fileText());
     QSettings qt(QString::fromStdString(file_.string()), QSettings::IniFormat);

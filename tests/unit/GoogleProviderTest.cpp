@@ -49,6 +49,7 @@ TEST_F(GoogleProviderTest, Failures) {
         {{403, {}, R"({"message":"not Google's shape"})"}, "HTTP 403"},
         {{200, {}, R"({"data":{"translations":[]}})"}, kInvalid},
         {{200, {}, "{\"data\":{\"translations\":[{\"translatedText\":\"\xed\xa0\x80\"}]}}"}, kNotJson},
+        {{200, {}, "not json at all"}, kNotJson},
         {{200, {}, withNul(R"({"data":{"translations":[{"translatedText":"hi"}]}})")}, kInvalid},
     });
 }

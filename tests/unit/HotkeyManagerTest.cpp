@@ -12,9 +12,13 @@ namespace {
 
 constexpr std::uint32_t kOption = 0x0800;
 
-TEST(HotkeyManager, IdsGrowAcrossReRegistrationAndGrabsFollowTheMap) {
+class HotkeyManagerTest : public ::testing::Test {
+protected:
     dummy::DummyShortcuts desktop;
-    HotkeyManager manager(desktop);
+    HotkeyManager manager{desktop};
+};
+
+TEST_F(HotkeyManagerTest, IdsGrowAcrossReRegistrationAndGrabsFollowTheMap) {
     manager.setup();
     EXPECT_EQ(manager.registerHotkey(17, kOption, [] {}), 1u);
     EXPECT_EQ(manager.registerHotkey(0, kOption, [] {}), 2u);
@@ -26,9 +30,7 @@ TEST(HotkeyManager, IdsGrowAcrossReRegistrationAndGrabsFollowTheMap) {
     EXPECT_EQ(desktop.grabs()[0].id, 3u);
 }
 
-TEST(HotkeyManager, SetupInstallsOneHandlerAndDispatchGoesByIdAlone) {
-    dummy::DummyShortcuts desktop;
-    HotkeyManager manager(desktop);
+TEST_F(HotkeyManagerTest, SetupInstallsOneHandlerAndDispatchGoesByIdAlone) {
     manager.setup();
     manager.setup();
     EXPECT_EQ(desktop.handlersInstalled(), 1);
@@ -43,10 +45,8 @@ TEST(HotkeyManager, SetupInstallsOneHandlerAndDispatchGoesByIdAlone) {
     EXPECT_EQ(fired, (std::vector<std::uint32_t>{2, 1}));
 }
 
-TEST(HotkeyManager, CombinationHeldElsewhereIsStoredAndNeverFires) {
-    dummy::DummyShortcuts desktop;
+TEST_F(HotkeyManagerTest, CombinationHeldElsewhereIsStoredAndNeverFires) {
     desktop.holdElsewhere(1, kOption);
-    HotkeyManager manager(desktop);
     manager.setup();
     int fired = 0;
     EXPECT_EQ(manager.registerHotkey(1, kOption, [&] { ++fired; }), 1u);
@@ -56,9 +56,7 @@ TEST(HotkeyManager, CombinationHeldElsewhereIsStoredAndNeverFires) {
     EXPECT_EQ(fired, 0);
 }
 
-TEST(HotkeyManager, CallbackMayUnregisterAndRegisterWithoutDeadlock) {
-    dummy::DummyShortcuts desktop;
-    HotkeyManager manager(desktop);
+TEST_F(HotkeyManagerTest, CallbackMayUnregisterAndRegisterWithoutDeadlock) {
     manager.setup();
     int fired = 0;
     manager.registerHotkey(17, kOption, [&] {
@@ -71,9 +69,7 @@ TEST(HotkeyManager, CallbackMayUnregisterAndRegisterWithoutDeadlock) {
     EXPECT_EQ(fired, 11);
 }
 
-TEST(HotkeyManager, ConcurrentRegistrationsGetDistinctIds) {
-    dummy::DummyShortcuts desktop;
-    HotkeyManager manager(desktop);
+TEST_F(HotkeyManagerTest, ConcurrentRegistrationsGetDistinctIds) {
     std::vector<std::uint32_t> ids(400);
     std::vector<std::thread> threads;
     for (int t = 0; t < 4; ++t) {

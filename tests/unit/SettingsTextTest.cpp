@@ -4,10 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "core/NotificationCenter.h"
-#include "settings/AppSettings.h"
+#include "SettingsHarness.h"
 #include "settings/CredentialInput.h"
-#include "settings/MemorySettingsStore.h"
 #include "settings/SettingsText.h"
 
 namespace tavi {
@@ -15,18 +13,10 @@ namespace {
 
 using Kind = AssignOutcome::Kind;
 
-struct Config {
-    Config() : settings(store, center) {
-        posts = center.addObserver(AppSettings::hotkeysDidChange, [this] { ++postCount; });
-    }
-    AssignOutcome set(std::string_view key, std::string_view text) { return assignSettingText(settings, key, text); }
-
-    MemorySettingsStore store;
-    NotificationCenter center;
-    AppSettings settings;
-    Subscription posts;
-    int postCount = 0;
-};
+// Writes `text` to `key` as `tavi config set` does.
+AssignOutcome assign(test::SettingsHarness& h, std::string_view key, std::string_view text) {
+    return assignSettingText(h.settings, key, text);
+}
 
 TEST(SettingsText, KeysInDeclarationOrderAndWhichAreSecret) {
     const std::vector<std::string_view> expected = {
@@ -49,6 +39,22 @@ TEST(SettingsText, KeysInDeclarationOrderAndWhichAreSecret) {
     for (std::string_view key : expected) {
         const bool secret = std::find(secrets.begin(), secrets.end(), key) != secrets.end();
         EXPECT_EQ(isSecretSetting(key), secret) << key;
+    }
+}
+
+// `tavi config set` of a hotkey's key reaches that action's shortcut and no other.
+TEST(SettingsText, EachHotkeyKeyAssignsItsOwnAction) {
+    const std::pair<const char*, HotkeyAction> keys[] = {
+        {"openTranslationWindowHotkey", HotkeyAction::openTranslationWindow},
+        {"translateSelectedTextHotkey", HotkeyAction::translateSelectedText},
+        {"screenshotTranslationHotkey", HotkeyAction::screenshotTranslation},
+        {"toggleClipboardMonitorHotkey", HotkeyAction::toggleClipboardMonitor},
+    };
+    for (const auto& [key, action] : keys) {
+        test::SettingsHarness c;
+        ASSERT_EQ(assign(c, key, R"({"keyCode":49,"modifiers":4608})").kind, Kind::assigned) << key;
+        for (HotkeyAction other : allHotkeyActions())
+            EXPECT_EQ(c.settings.hotkey(other) == HotkeyShortcut({49, 0x1200}), other == action) << key;
     }
 }
 
@@ -105,14 +111,14 @@ TEST(SettingsText, MalformedTextNamesTheKeyAndTheAcceptedForms) {
         {"noSuchKey", "x", "未知的设置项：noSuchKey"},
     };
     for (const Case& tc : cases) {
-        Config c;
+        test::SettingsHarness c;
         const AppSettingsValues before = c.settings.values();
-        const AssignOutcome outcome = c.set(tc.key, tc.text);
+        const AssignOutcome outcome = assign(c, tc.key, tc.text);
         EXPECT_EQ(outcome.kind, Kind::malformed) << tc.key << " " << tc.text;
         EXPECT_EQ(outcome.message, tc.message) << tc.key << " " << tc.text;
         EXPECT_EQ(c.settings.values(), before);
         EXPECT_TRUE(c.store.contents().empty());
-        EXPECT_EQ(c.postCount, 0);
+        EXPECT_EQ(c.posts, 0);
     }
 }
 
@@ -128,8 +134,8 @@ TEST(SettingsText, CredentialsAreTrimmedAndRefusedWithControlCharactersInside) {
         {{"activeProviderID", " openai\n"}, {"activeProviderID", " openai\n"}},
     };
     for (const auto& [input, expected] : stored) {
-        Config c;
-        ASSERT_EQ(c.set(input.first, input.second).kind, Kind::assigned) << input.first;
+        test::SettingsHarness c;
+        ASSERT_EQ(assign(c, input.first, input.second).kind, Kind::assigned) << input.first;
         EXPECT_EQ(settingText(c.settings, expected.first), expected.second) << input.first;
         EXPECT_EQ(c.store.value(expected.first), StoredValue(expected.second)) << input.first;
     }
@@ -139,8 +145,8 @@ TEST(SettingsText, CredentialsAreTrimmedAndRefusedWithControlCharactersInside) {
         {"aliyunAccessKeyID", "LTAI\u0085x"},               {"openAIBaseURL", "https://a.b/\nv1"},
     };
     for (const auto& [key, text] : refused) {
-        Config c;
-        const AssignOutcome outcome = c.set(key, text);
+        test::SettingsHarness c;
+        const AssignOutcome outcome = assign(c, key, text);
         EXPECT_EQ(outcome.kind, Kind::malformed) << key;
         EXPECT_EQ(outcome.message, "设置项 " + std::string(key) + " 的值不能含有换行、回车、制表符等控制字符");
         EXPECT_TRUE(c.store.contents().empty()) << key;

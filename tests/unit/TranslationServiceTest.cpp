@@ -1,16 +1,14 @@
 #include <gtest/gtest.h>
 
+#include "FakeChatServices.h"
 #include "ServiceHarness.h"
 #include "core/Json.h"
 
 namespace tavi {
 namespace {
 
+using test::FakeOpenAIService;
 using test::ServiceHarness;
-
-std::string chatReply(const std::string& content) {
-    return Json{{"choices", {{{"message", {{"content", content}}}}}}}.dump();
-}
 
 class TranslationServiceTest : public ::testing::Test {
 protected:
@@ -57,7 +55,7 @@ TEST_F(TranslationServiceTest, TextThatIsNotUtf8OrTooLongNeverReachesAService) {
 }
 
 TEST_F(TranslationServiceTest, UnconfiguredProviderKeepsStateAndSendsNothing) {
-    harness.transport.respond(200, chatReply("第一"));
+    harness.transport.respond(200, FakeOpenAIService::replyBody("第一"));
     ASSERT_TRUE(harness.translateAndWait("first").ok());
     harness.settings.openAIAPIKey.clear();
     bool sawBusy = false;
@@ -72,7 +70,7 @@ TEST_F(TranslationServiceTest, UnconfiguredProviderKeepsStateAndSendsNothing) {
 TEST_F(TranslationServiceTest, SuccessPublishesResultThenClearsBusy) {
     harness.settings.sourceLanguage = Language::english;
     harness.settings.targetLanguage = Language::japanese;
-    harness.transport.respond(200, chatReply("こんにちは"));
+    harness.transport.respond(200, FakeOpenAIService::replyBody("こんにちは"));
     std::vector<std::pair<bool, bool>> seen;  // (isTranslating, hasResult) at each change
     auto handle = harness.service().observe([&] {
         seen.emplace_back(harness.service().isTranslating(), harness.service().lastResult().has_value());
@@ -95,7 +93,7 @@ TEST_F(TranslationServiceTest, SuccessPublishesResultThenClearsBusy) {
 }
 
 TEST_F(TranslationServiceTest, FailureKeepsEarlierResultAndPassesErrorUnchanged) {
-    harness.transport.respond(200, chatReply("好"));
+    harness.transport.respond(200, FakeOpenAIService::replyBody("好"));
     ASSERT_TRUE(harness.translateAndWait("good").ok());
     harness.transport.respond(401, R"({"error":{"message":"invalid key"}})");
     auto result = harness.translateAndWait("bad");
@@ -105,7 +103,7 @@ TEST_F(TranslationServiceTest, FailureKeepsEarlierResultAndPassesErrorUnchanged)
 }
 
 TEST_F(TranslationServiceTest, TextReachesProviderUntrimmed) {
-    harness.transport.respond(200, chatReply("x"));
+    harness.transport.respond(200, FakeOpenAIService::replyBody("x"));
     harness.translateAndWait("  \n ");
     const Json body = Json::parse(harness.transport.lastRequest().body);
     EXPECT_EQ(body["messages"][1]["content"], "  \n ");
@@ -113,7 +111,7 @@ TEST_F(TranslationServiceTest, TextReachesProviderUntrimmed) {
 
 TEST_F(TranslationServiceTest, LanguagesAreReadWhenTheRequestStarts) {
     harness.settings.targetLanguage = Language::french;
-    harness.transport.respond(200, chatReply("bonjour"));
+    harness.transport.respond(200, FakeOpenAIService::replyBody("bonjour"));
     std::optional<Result<TranslationResult>> outcome;
     harness.service().translate("hello", [&](Result<TranslationResult> r) {
         outcome.emplace(std::move(r));
@@ -125,8 +123,8 @@ TEST_F(TranslationServiceTest, LanguagesAreReadWhenTheRequestStarts) {
 }
 
 TEST_F(TranslationServiceTest, OverlappingRequestsBothComplete) {
-    harness.transport.respond(200, chatReply("one"));
-    harness.transport.respond(200, chatReply("two"));
+    harness.transport.respond(200, FakeOpenAIService::replyBody("one"));
+    harness.transport.respond(200, FakeOpenAIService::replyBody("two"));
     int done = 0;
     auto finish = [&](Result<TranslationResult> r) {
         EXPECT_TRUE(r.ok());

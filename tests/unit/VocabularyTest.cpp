@@ -84,7 +84,5 @@ TEST(Json, HostileBodiesFailCleanly) {
     EXPECT_EQ(toJsonText(Json("a\xff")), "\"a\xEF\xBF\xBD\"");
 }
 
-TEST(Text, LowerHex) { EXPECT_EQ(lowerHex(std::string("\x00\x0f\xab\xff", 4)), "000fabff"); }
-
 }  // namespace
 }  // namespace tavi

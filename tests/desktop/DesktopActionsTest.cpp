@@ -8,18 +8,6 @@
 namespace tavi::test {
 namespace {
 
-// The pid owning Tavi's bus name, or nothing.
-std::optional<pid_t> runningTavi() {
-    const CliResult owner = runProgram("/usr/bin/dbus-send",
-                                       {"--session", "--print-reply=literal", "--dest=org.freedesktop.DBus",
-                                        "/org/freedesktop/DBus", "org.freedesktop.DBus.GetConnectionUnixProcessID",
-                                        "string:org.morvel.Tavi"},
-                                       "", {}, 10);
-    const std::size_t at = owner.out.find("uint32 ");
-    if (owner.exitCode != 0 || at == std::string::npos) return std::nullopt;
-    return static_cast<pid_t>(std::stol(owner.out.substr(at + 7)));
-}
-
 TEST_F(TrayDesktopTest, OneTaviPerSessionAndEveryActionReachesIt) {
     TestApplication editor;
     editor.own("PRIMARY", {{"UTF8_STRING", "from a desktop shortcut"}});

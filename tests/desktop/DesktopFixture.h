@@ -27,6 +27,18 @@ inline std::string clipboard(const std::string& target) {
     return runProgram("/usr/bin/xclip", {"-selection", "clipboard", "-o", "-t", target}, "", {}, 10).out;
 }
 
+// The pid owning Tavi's bus name, or nothing.
+inline std::optional<pid_t> runningTavi() {
+    const CliResult owner = runProgram("/usr/bin/dbus-send",
+                                       {"--session", "--print-reply=literal", "--dest=org.freedesktop.DBus",
+                                        "/org/freedesktop/DBus", "org.freedesktop.DBus.GetConnectionUnixProcessID",
+                                        "string:org.morvel.Tavi"},
+                                       "", {}, 10);
+    const std::size_t at = owner.out.find("uint32 ");
+    if (owner.exitCode != 0 || at == std::string::npos) return std::nullopt;
+    return static_cast<pid_t>(std::stol(owner.out.substr(at + 7)));
+}
+
 // Tavi on the test desktop, with a loopback service and the user's hands.
 class TrayDesktopTest : public ::testing::Test {
 protected:

@@ -1,14 +1,10 @@
 // Where users' desktops differ from a tidy one: huge selections, terminals,
 // high-density screens, clipboard managers, quitting with work in flight.
-#include <unistd.h>
-
 #include <cstdio>
-#include <fstream>
-#include <sstream>
 
 #include "ChildProcess.h"
 #include "DesktopFixture.h"
-#include "TestCertificates.h"
+#include "TestFiles.h"
 #include "core/TranslationService.h"
 
 namespace tavi::test {
@@ -17,13 +13,6 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 double secondsSince(Clock::time_point start) { return std::chrono::duration<double>(Clock::now() - start).count(); }
-
-std::string fileText(const std::filesystem::path& path) {
-    std::ifstream in(path);
-    std::stringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
 
 TEST_F(TrayDesktopTest, LargeSelectionsEndInATranslationOrAClearMessage) {
     TestApplication editor;
@@ -69,8 +58,7 @@ TEST_F(TrayDesktopTest, LargeSelectionsEndInATranslationOrAClearMessage) {
 TEST_F(TrayDesktopTest, InATerminalTheHotkeySendsNoKeyAndInterruptsNothing) {
     // A terminal running a program that notes every interrupt and every byte
     // typed to it: what a user's long build or editor session would get.
-    const std::filesystem::path dir = std::filesystem::temp_directory_path() / ("tavi-terminal-" + std::to_string(::getpid()));
-    std::filesystem::create_directories(dir);
+    const TempDir dir("tavi-terminal");
     const std::string log = (dir / "terminal.log").string();
     const std::string program = "trap 'echo INTERRUPTED >> " + log + "' INT; stty -icanon -echo; : > " + log +
                                 "; while :; do dd bs=1 count=1 >> " + log + " 2>/dev/null; done";
@@ -81,7 +69,7 @@ TEST_F(TrayDesktopTest, InATerminalTheHotkeySendsNoKeyAndInterruptsNothing) {
     }));
     // The log sees Control+C as an interrupt: the check below can fail.
     x.chord({XKey::controlLeft, XKey::c});
-    ASSERT_TRUE(x.waitUntil([&] { return fileText(log) == "INTERRUPTED\n"; })) << fileText(log);
+    ASSERT_TRUE(x.waitUntil([&] { return readFile(log) == "INTERRUPTED\n"; })) << readFile(log);
     std::filesystem::resize_file(log, 0);
 
     xcb_set_selection_owner(x.raw(), XCB_WINDOW_NONE, XCB_ATOM_PRIMARY, XCB_CURRENT_TIME);
@@ -97,27 +85,13 @@ TEST_F(TrayDesktopTest, InATerminalTheHotkeySendsNoKeyAndInterruptsNothing) {
     ASSERT_TRUE(x.waitUntil([&] { return popupShown(); })) << tray->log();
     EXPECT_EQ(service.texts(), std::vector<std::string>{"copied in the editor"});
     EXPECT_EQ(keysTyped(editor), std::vector<std::string>{"54/4"});
-    EXPECT_EQ(fileText(log), "");
-    std::filesystem::remove_all(dir);
-}
-
-// The pid owning Tavi's bus name, or nothing.
-std::optional<pid_t> busNameOwner() {
-    const CliResult owner = runProgram("/usr/bin/dbus-send",
-                                       {"--session", "--print-reply=literal", "--dest=org.freedesktop.DBus",
-                                        "/org/freedesktop/DBus", "org.freedesktop.DBus.GetConnectionUnixProcessID",
-                                        "string:org.morvel.Tavi"},
-                                       "", {}, 10);
-    const std::size_t at = owner.out.find("uint32 ");
-    if (owner.exitCode != 0 || at == std::string::npos) return std::nullopt;
-    return static_cast<pid_t>(std::stol(owner.out.substr(at + 7)));
+    EXPECT_EQ(readFile(log), "");
 }
 
 TEST_F(TrayDesktopTest, QuitIsImmediateWithATranslationInFlight) {
     FakeHttpsServer slow;
     slow.on("POST", "/v1/chat/completions", slow.stall(60s));
-    const EnvVars env = {{"TAVI_CONNECT_TO", slow.connectTo("api.openai.com")},
-                         {"TAVI_CA_BUNDLE", TestCertificates::instance().caPath()}};
+    const EnvVars env = routedTo({slow.connectTo("api.openai.com")});
     TestApplication editor;
     editor.own("PRIMARY", {{"UTF8_STRING", "for a slow service"}});
     for (const bool bySignal : {false, true}) {
@@ -136,7 +110,7 @@ TEST_F(TrayDesktopTest, QuitIsImmediateWithATranslationInFlight) {
                     secondsSince(quitting));
         // The name is free: the next Tavi starts at once.
         TrayProcess next(env, {{"openAIAPIKey", "sk-desktop"}});
-        EXPECT_TRUE(x.waitUntil([&] { return busNameOwner() == next.pid(); }, 5s)) << next.log();
+        EXPECT_TRUE(x.waitUntil([&] { return runningTavi() == next.pid(); }, 5s)) << next.log();
     }
 }
 

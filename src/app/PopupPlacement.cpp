@@ -1,5 +1,7 @@
 #include "app/PopupPlacement.h"
 
+#include <cmath>
+
 namespace tavi {
 namespace {
 
@@ -17,14 +19,16 @@ std::optional<ScreenInfo> screenUnder(Point pointer, const std::vector<ScreenInf
     return std::nullopt;
 }
 
-std::optional<Point> popupOrigin(Point pointer, Size popup, const std::vector<ScreenInfo>& screens) {
+std::optional<Point> popupOrigin(Point pointer, Size popup, const std::vector<ScreenInfo>& screens, double scale) {
     const std::optional<ScreenInfo> screen = screenUnder(pointer, screens);
     if (!screen) return std::nullopt;
     const Rect& area = screen->available;
-    Point origin{pointer.x + kPointerGap, pointer.y + kPointerGap};
-    if (origin.x + popup.width > area.right()) origin.x = pointer.x - popup.width - kPointerGap;
-    if (origin.y + popup.height > area.bottom()) origin.y = pointer.y - popup.height - kPointerGap;
-    if (origin.x < area.x) origin.x = area.x + kLeftMargin;
+    const int gap = static_cast<int>(std::lround(kPointerGap * scale));
+    const int margin = static_cast<int>(std::lround(kLeftMargin * scale));
+    Point origin{pointer.x + gap, pointer.y + gap};
+    if (origin.x + popup.width > area.right()) origin.x = pointer.x - popup.width - gap;
+    if (origin.y + popup.height > area.bottom()) origin.y = pointer.y - popup.height - gap;
+    if (origin.x < area.x) origin.x = area.x + margin;
     return origin;
 }
 

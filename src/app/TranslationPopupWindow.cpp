@@ -10,6 +10,9 @@
 #include <QScreen>
 #include <QVBoxLayout>
 
+#include <cmath>
+
+#include "app/NativeWindowPosition.h"
 #include "app/PopupPlacement.h"
 #include "app/TranslationPopupView.h"
 
@@ -87,23 +90,23 @@ void TranslationPopupWindow::show(const TranslationResult& result, Point pointer
 }
 
 void TranslationPopupWindow::place(Point pointer) {
-    const std::optional<Point> origin = popupOrigin(pointer, kSize, desktop_.screens().screens());
-    if (!origin) {
-        if (const QScreen* screen = QGuiApplication::primaryScreen()) {
+    const std::vector<ScreenInfo> screens = desktop_.screens().screens();
+    const std::optional<ScreenInfo> screen = screenUnder(pointer, screens);
+    if (!screen) {
+        if (const QScreen* primary = QGuiApplication::primaryScreen()) {
             QRect centred(QPoint(), size());
-            centred.moveCenter(screen->availableGeometry().center());
+            centred.moveCenter(primary->availableGeometry().center());
             move(centred.topLeft());
         }
         return;
     }
-    move(desktopToQt({origin->x, origin->y, kSize.width, kSize.height}).topLeft());
-}
-
-QRect TranslationPopupWindow::desktopToQt(const Rect& rect) const {
-    // Qt places windows in device-independent pixels.
-    const qreal ratio = devicePixelRatioF() > 0 ? devicePixelRatioF() : 1.0;
-    return QRect(qRound(rect.x / ratio), qRound(rect.y / ratio), qRound(rect.width / ratio),
-                 qRound(rect.height / ratio));
+    // Placed in the device pixels of the screen under the pointer, with the
+    // size the popup has on that screen.
+    const Point corner{screen->frame.x, screen->frame.y};
+    const double scale = scaleOfScreenAt(corner);
+    const Size size{static_cast<int>(std::lround(kSize.width * scale)), static_cast<int>(std::lround(kSize.height * scale))};
+    const Point origin = *popupOrigin(pointer, size, screens, scale);
+    moveToDevicePixels(*this, origin, corner, scale);
 }
 
 void TranslationPopupWindow::dismiss() {

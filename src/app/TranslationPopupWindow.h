@@ -44,7 +44,6 @@ private:
     void place(Point pointer);
     void watchOutsideClicks();
     void outsideClick(Point at);
-    QRect desktopToQt(const Rect& rect) const;
 
     DesktopPlatform& desktop_;
     TranslationPopupView* view_;

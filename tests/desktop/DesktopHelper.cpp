@@ -3,8 +3,12 @@
 //   tavi-desktop-helper wait-wm SECONDS   exits 0 once the window manager manages new windows
 //   tavi-desktop-helper sni-watcher       serves a StatusNotifierWatcher on the session bus
 //   tavi-desktop-helper wait-bus-name NAME SECONDS   exits 0 once NAME has an owner on the session bus
+//   tavi-desktop-helper screenshot FILE.png [X Y W H]   saves what the screen shows, for people to look at
 
 #include <QCoreApplication>
+#include <QGuiApplication>
+#include <QPixmap>
+#include <QScreen>
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
 #include <QDBusServiceWatcher>
@@ -111,13 +115,24 @@ int waitForBusName(int argc, char** argv, const QString& name, double seconds) {
     return QCoreApplication::exec();
 }
 
+// The root window, every monitor, or the part of it given as X Y WIDTH HEIGHT.
+int screenshot(int argc, char** argv, const QString& file) {
+    QGuiApplication application(argc, argv);
+    QScreen* screen = QGuiApplication::primaryScreen();
+    if (!screen) return 1;
+    QRect area = screen->virtualGeometry();
+    if (argc >= 7) area = QRect(std::atoi(argv[3]), std::atoi(argv[4]), std::atoi(argv[5]), std::atoi(argv[6]));
+    return screen->grabWindow(0, area.x(), area.y(), area.width(), area.height()).save(file, "PNG") ? 0 : 1;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
+    if (argc >= 3 && std::strcmp(argv[1], "screenshot") == 0) return screenshot(argc, argv, QString::fromLocal8Bit(argv[2]));
     if (argc >= 2 && std::strcmp(argv[1], "sni-watcher") == 0) return runWatcher(argc, argv);
     if (argc >= 4 && std::strcmp(argv[1], "wait-bus-name") == 0)
         return waitForBusName(argc, argv, QString::fromLocal8Bit(argv[2]), std::atof(argv[3]));
     if (argc >= 3 && std::strcmp(argv[1], "wait-wm") == 0) return waitForWindowManager(std::atof(argv[2]));
-    std::fprintf(stderr, "usage: tavi-desktop-helper wait-wm SECONDS | sni-watcher | wait-bus-name NAME SECONDS\n");
+    std::fprintf(stderr, "usage: tavi-desktop-helper wait-wm SECONDS | sni-watcher | wait-bus-name NAME SECONDS | screenshot FILE\n");
     return 2;
 }

@@ -1,5 +1,6 @@
 // Where users' desktops differ from a tidy one: huge selections, terminals,
 // high-density screens, clipboard managers, quitting with work in flight.
+#include <cmath>
 #include <cstdio>
 
 #include "ChildProcess.h"
@@ -136,6 +137,55 @@ TEST_F(TrayDesktopTest, TheClipboardTaviServesOutlivesItThroughTheClipboardManag
     EXPECT_EQ(manager.savedTargets(), (std::vector<std::string>{"UTF8_STRING", "image/png"}));
     EXPECT_EQ(clipboard("UTF8_STRING"), "the user's clipboard");
     EXPECT_EQ(clipboard("image/png"), png);
+}
+
+TEST_F(TrayDesktopTest, PopupIsPlacedInDevicePixelsOnEveryMonitorAtEveryScale) {
+    TestApplication editor;
+    editor.own("PRIMARY", {{"UTF8_STRING", "scaled"}});
+    struct Scale {
+        const char* name;
+        EnvVars env;
+        const char* resources;  // X resources, as a desktop's settings put them
+        double first, second;   // the two monitors' factors
+    };
+    const Scale scales[] = {
+        {"1x", {}, nullptr, 1, 1},
+        {"QT_SCALE_FACTOR=1.5", {{"QT_SCALE_FACTOR", "1.5"}}, nullptr, 1.5, 1.5},
+        {"QT_SCALE_FACTOR=2", {{"QT_SCALE_FACTOR", "2"}}, nullptr, 2, 2},
+        {"Xft.dpi: 144", {}, "Xft.dpi: 144\n", 1.5, 1.5},
+        {"mixed", {{"QT_SCREEN_SCALE_FACTORS", "M1=1;M2=2"}}, nullptr, 1, 2},
+    };
+    for (const Scale& scale : scales) {
+        if (scale.resources) runProgram("/usr/bin/xrdb", {"-merge"}, scale.resources);
+        EnvVars env = service.environment();
+        env.insert(env.end(), scale.env.begin(), scale.env.end());
+        TrayProcess tray(env, {{"openAIAPIKey", "sk-desktop"}});
+        ASSERT_TRUE(x.waitUntil([&] { return tray.started() && x.isGrabbedElsewhere(XKey::a, kAlt); })) << tray.log();
+        // The two 1920x1080 monitors side by side; the second is not at the origin.
+        for (const int left : {0, 1920}) {
+            const double f = left == 0 ? scale.first : scale.second;
+            const int width = static_cast<int>(400 * f), height = static_cast<int>(300 * f);
+            const int gap = static_cast<int>(std::lround(12 * f));
+            const struct {
+                const char* where;
+                Point pointer;
+                Point origin;
+            } cases[] = {
+                {"middle", {left + 960, 300}, {left + 960 + gap, 300 + gap}},
+                {"right edge", {left + 1915, 300}, {left + 1915 - width - gap, 300 + gap}},
+                {"bottom edge", {left + 960, 1075}, {left + 960 + gap, 1075 - height - gap}},
+            };
+            for (const auto& c : cases) {
+                x.movePointer(c.pointer);
+                x.chord({XKey::altLeft, XKey::a});
+                const Rect expected{c.origin.x, c.origin.y, width, height};
+                EXPECT_TRUE(x.waitUntil([&] { return popupGeometry() == expected; }))
+                    << scale.name << ", monitor at " << left << ", " << c.where << ": "
+                    << testing::PrintToString(popupGeometry()) << " instead of " << testing::PrintToString(expected);
+            }
+        }
+        if (scale.resources) runProgram("/usr/bin/xrdb", {"-remove"});
+    }
 }
 
 }  // namespace

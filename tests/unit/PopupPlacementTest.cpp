@@ -39,6 +39,14 @@ TEST(PopupPlacement, EveryEdgeOnTwoScreens) {
     }
 }
 
+TEST(PopupPlacement, GapsAndMarginGrowWithTheScreensScale) {
+    // A 1.5x panel: the popup is 600x450 there, 18 px from the pointer.
+    EXPECT_EQ(popupOrigin({500, 400}, {600, 450}, kTwoScreens, 1.5), (Point{518, 418}));
+    EXPECT_EQ(popupOrigin({1900, 1000}, {600, 450}, kTwoScreens, 1.5), (Point{1282, 532}));
+    const std::vector<ScreenInfo> narrow = {{{100, 0, 600, 800}, {110, 0, 590, 800}, true}};
+    EXPECT_EQ(popupOrigin({300, 100}, {800, 600}, narrow, 2), (Point{126, 124}));
+}
+
 TEST(PopupPlacement, FlippedLeftPastTheLeftEdgeStaysEightInside) {
     // A screen narrower than the popup and the gaps on both sides.
     const std::vector<ScreenInfo> narrow = {{{100, 0, 600, 800}, {110, 0, 590, 800}, true}};

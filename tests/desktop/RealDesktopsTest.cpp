@@ -68,9 +68,12 @@ TEST_F(TrayDesktopTest, InATerminalTheHotkeySendsNoKeyAndInterruptsNothing) {
         const std::optional<xcb_window_t> window = x.findWindow("XTerm");
         return window && std::filesystem::exists(log) && x.isFocusedWithin(*window);
     }));
-    // The log sees Control+C as an interrupt: the check below can fail.
-    x.chord({XKey::controlLeft, XKey::c});
-    ASSERT_TRUE(x.waitUntil([&] { return readFile(log) == "INTERRUPTED\n"; })) << readFile(log);
+    // The log sees Control+C as an interrupt: the check below can fail. (A
+    // terminal just started may not read keys yet: tried until it does.)
+    ASSERT_TRUE(x.waitUntil([&] {
+        x.chord({XKey::controlLeft, XKey::c});
+        return x.waitUntil([&] { return readFile(log) == "INTERRUPTED\n"; }, 1s);
+    })) << readFile(log);
     std::filesystem::resize_file(log, 0);
 
     xcb_set_selection_owner(x.raw(), XCB_WINDOW_NONE, XCB_ATOM_PRIMARY, XCB_CURRENT_TIME);

@@ -5,7 +5,8 @@ root="$(cd "$(dirname "$0")/.." && pwd)"
 "$root/scripts/setup.sh"
 "$root/scripts/build.sh" test >/dev/null
 for bench in "$root"/build/test/bench/bench_*; do
-  [ -x "$bench" ] || continue
+  # Executables only: the build tree also has a folder per target here.
+  [ -f "$bench" ] && [ -x "$bench" ] || continue
   if [ "$(basename "$bench")" = bench_tray ]; then
     # The tray application on a headless desktop of its own.
     echo "== bench_tray"

@@ -204,7 +204,14 @@ void X11Keyboard::readModifierMapping() {
     // A lock sharing a mask with a shortcut modifier must not be ignored.
     found.numLock &= static_cast<std::uint16_t>(~(found.alt | found.super));
     found.scrollLock &= static_cast<std::uint16_t>(~(found.alt | found.super | found.numLock));
+    if (found == masks_) return;
+    const ModifierMasks before = masks_;
     masks_ = found;
+    masksChanged_.notify(before);
+}
+
+Subscription X11Keyboard::onMasksChanged(std::function<void(const ModifierMasks& before)> changed) {
+    return masksChanged_.add(std::move(changed));
 }
 
 }  // namespace tavi::x11

@@ -28,6 +28,8 @@ struct ModifierMasks {
     // Every modifier a shortcut can use; state bits outside it (locks,
     // buttons) never decide whether a combination matches.
     std::uint16_t significant() const { return control | shift | alt | super; }
+
+    friend bool operator==(const ModifierMasks&, const ModifierMasks&) = default;
 };
 
 // The keyboard as XKB describes it, followed live: the layout the user has
@@ -48,6 +50,10 @@ public:
     // The X key codes of the keys that set modifiers in `mask`.
     std::vector<std::uint8_t> modifierKeys(std::uint16_t mask);
 
+    // Called after masks() changed (a remap moved Num Lock to another
+    // modifier, say), with the masks as they were.
+    [[nodiscard]] Subscription onMasksChanged(std::function<void(const ModifierMasks& before)> changed);
+
 private:
     void loadKeymap();
     void readModifierMapping();
@@ -60,6 +66,7 @@ private:
     std::int32_t deviceID_ = -1;
     std::uint8_t xkbEventBase_ = 0;
     ModifierMasks masks_;
+    ObserverList<const ModifierMasks&> masksChanged_;
     Subscription events_;
 };
 

@@ -1,5 +1,7 @@
 #include "platform/x11/X11Shortcuts.h"
 
+#include <algorithm>
+
 #include "platform/x11/KeyPositions.h"
 #include "settings/HotkeyModel.h"
 
@@ -8,12 +10,12 @@ namespace tavi::x11 {
 X11Shortcuts::X11Shortcuts(X11Connection& connection, X11Keyboard& keyboard)
     : connection_(connection), keyboard_(keyboard) {
     events_ = connection_.onEvent([this](const xcb_generic_event_t& event) { handle(event); });
+    masksChanged_ = keyboard_.onMasksChanged([this](const ModifierMasks& before) { regrab(before); });
 }
 
 void X11Shortcuts::installHandler(PressedHandler handler) { handler_ = std::move(handler); }
 
-std::vector<std::uint16_t> X11Shortcuts::lockCombinations() const {
-    const ModifierMasks& masks = keyboard_.masks();
+std::vector<std::uint16_t> X11Shortcuts::lockCombinations(const ModifierMasks& masks) {
     const std::uint16_t locks[] = {masks.capsLock, masks.numLock, masks.scrollLock};
     std::vector<std::uint16_t> combinations{0};
     for (std::uint16_t lock : locks) {
@@ -33,9 +35,20 @@ std::optional<GlobalShortcuts::Handle> X11Shortcuts::grab(std::uint32_t keyCode,
                           ") has no key on this keyboard; it will not work.");
         return std::nullopt;
     }
-    const Grab grab{*xKey, keyboard_.masks().fromStored(modifiers), id};
+    const Grab grab{*xKey, keyCode, modifiers, keyboard_.masks().fromStored(modifiers), id};
+    if (!grabKeys(grab)) {
+        connection_.log()("Hotkey " + name + " is held by another program; it will not work until that program "
+                          "lets it go or the hotkey is changed in Tavi's settings.");
+        return std::nullopt;
+    }
+    const Handle handle = nextHandle_++;
+    grabs_.emplace(handle, grab);
+    return handle;
+}
+
+bool X11Shortcuts::grabKeys(const Grab& grab) {
     std::vector<xcb_void_cookie_t> cookies;
-    for (std::uint16_t locks : lockCombinations()) {
+    for (std::uint16_t locks : lockCombinations(keyboard_.masks())) {
         cookies.push_back(xcb_grab_key_checked(connection_.raw(), 1, connection_.root(),
                                                static_cast<std::uint16_t>(grab.mask | locks), grab.keyCode,
                                                XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC));
@@ -48,19 +61,31 @@ std::optional<GlobalShortcuts::Handle> X11Shortcuts::grab(std::uint32_t keyCode,
         }
     }
     connection_.flush();
-    if (refused) {
-        ungrabKeys(grab);
-        connection_.log()("Hotkey " + name + " is held by another program; it will not work until that program "
-                          "lets it go or the hotkey is changed in Tavi's settings.");
-        return std::nullopt;
-    }
-    const Handle handle = nextHandle_++;
-    grabs_.emplace(handle, grab);
-    return handle;
+    if (refused) ungrabKeys(grab, keyboard_.masks());
+    return !refused;
 }
 
-void X11Shortcuts::ungrabKeys(const Grab& grab) {
-    for (std::uint16_t locks : lockCombinations())
+void X11Shortcuts::regrab(const ModifierMasks& before) {
+    for (auto& [handle, grab] : grabs_) ungrabKeys(grab, before);
+    for (auto it = grabs_.begin(); it != grabs_.end();) {
+        it->second.mask = keyboard_.masks().fromStored(it->second.modifiers);
+        // Grabs of the same combination share the X grab: grab it once.
+        const bool shared = std::any_of(grabs_.begin(), it, [&](const auto& other) {
+            return other.second.keyCode == it->second.keyCode && other.second.mask == it->second.mask;
+        });
+        if (shared || grabKeys(it->second)) {
+            ++it;
+            continue;
+        }
+        connection_.log()("Hotkey " + shortcutDisplay({it->second.position, it->second.modifiers}) +
+                          " is held by another program since the keyboard changed; it will not work until that "
+                          "program lets it go or the hotkey is changed in Tavi's settings.");
+        it = grabs_.erase(it);
+    }
+}
+
+void X11Shortcuts::ungrabKeys(const Grab& grab, const ModifierMasks& masks) {
+    for (std::uint16_t locks : lockCombinations(masks))
         xcb_ungrab_key(connection_.raw(), grab.keyCode, connection_.root(), static_cast<std::uint16_t>(grab.mask | locks));
     connection_.flush();
 }
@@ -73,7 +98,7 @@ void X11Shortcuts::release(Handle handle) {
     // Another registration of the same combination keeps the X grab.
     for (const auto& [other, kept] : grabs_)
         if (kept.keyCode == grab.keyCode && kept.mask == grab.mask) return;
-    ungrabKeys(grab);
+    ungrabKeys(grab, keyboard_.masks());
 }
 
 void X11Shortcuts::handle(const xcb_generic_event_t& event) {
@@ -98,7 +123,9 @@ void X11Shortcuts::handle(const xcb_generic_event_t& event) {
         if (grab.keyCode != press.detail || grab.mask != mask) continue;
         heldKey_ = press.detail;
         lastPressTime_ = press.time;
-        if (handler_) handler_(grab.id);
+        // The handler may grab or release: not while walking the grabs.
+        const std::uint32_t id = grab.id;
+        if (handler_) handler_(id);
         return;
     }
 }

@@ -39,12 +39,19 @@ public:
 private:
     struct Grab {
         std::uint8_t keyCode;
-        std::uint16_t mask;
+        std::uint32_t position;   // the key as stored
+        std::uint32_t modifiers;  // as stored
+        std::uint16_t mask;       // as X has it now
         std::uint32_t id;
     };
 
-    std::vector<std::uint16_t> lockCombinations() const;
-    void ungrabKeys(const Grab& grab);
+    static std::vector<std::uint16_t> lockCombinations(const ModifierMasks& masks);
+    // Grabs the combination in every lock state; false when another
+    // program holds it (nothing stays grabbed then).
+    bool grabKeys(const Grab& grab);
+    void ungrabKeys(const Grab& grab, const ModifierMasks& masks);
+    // The keyboard's modifiers moved: every grab again, in the new masks.
+    void regrab(const ModifierMasks& before);
     void handle(const xcb_generic_event_t& event);
     void keysReleased();
 
@@ -58,6 +65,7 @@ private:
     std::vector<std::function<void()>> waitingForRelease_;
     Subscription releaseBound_;
     Subscription events_;
+    Subscription masksChanged_;
 };
 
 }  // namespace tavi::x11

@@ -15,7 +15,9 @@ QtShellUi::~QtShellUi() = default;
 
 bool QtShellUi::installStatusItem(std::function<std::vector<MenuEntry>()> entries,
                                   std::function<void(MenuCommand)> chosen) {
-    tray_ = std::make_unique<TrayIcon>(std::move(entries), std::move(chosen));
+    tray_ = std::make_unique<TrayIcon>(std::move(entries), std::move(chosen), [this] {
+        if (popup_) popup_->trayUsed();
+    });
     return tray_->show();
 }
 

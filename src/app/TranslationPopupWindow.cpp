@@ -8,11 +8,12 @@
 #include <QPointer>
 #include <QPropertyAnimation>
 #include <QScreen>
+#include <QTimer>
 #include <QVBoxLayout>
 
 #include <cmath>
 
-#include "app/NativeWindowPosition.h"
+#include "app/NativeWindows.h"
 #include "app/PopupPlacement.h"
 #include "app/TranslationPopupView.h"
 
@@ -29,6 +30,7 @@ TranslationPopupWindow::TranslationPopupWindow(DesktopPlatform& desktop)
       desktop_(desktop),
       view_(new TranslationPopupView(this)),
       fade_(new QPropertyAnimation(this, "windowOpacity", this)),
+      pinnedDismissal_(new QTimer(this)),
       rounded_(desktop.hasCompositor()) {
     setObjectName(QStringLiteral("translationPopup"));
     setWindowTitle(QStringLiteral("Tavi"));
@@ -46,6 +48,10 @@ TranslationPopupWindow::TranslationPopupWindow(DesktopPlatform& desktop)
     layout->setContentsMargins(1, 1, 1, 1);
     layout->addWidget(view_);
 
+    pinnedDismissal_->setSingleShot(true);
+    pinnedDismissal_->setInterval(kTrayGraceMs);
+    connect(pinnedDismissal_, &QTimer::timeout, this, [this] { dismiss(); });
+
     fade_->setDuration(kFadeMs);
     connect(fade_, &QPropertyAnimation::finished, this, [this] {
         if (!fadingOut_) return;
@@ -59,8 +65,14 @@ TranslationPopupWindow::~TranslationPopupWindow() = default;
 
 void TranslationPopupWindow::show(const TranslationResult& result, Point pointer) {
     QPointer<TranslationPopupWindow> weak(this);
+    pinned_ = false;
+    pinnedDismissal_->stop();
     view_->setResult(result, {
-                                 [](bool) {},  // pinning changes only the button
+                                 // A click elsewhere still closes a pinned
+                                 // popup; one at Tavi's tray does not.
+                                 [weak](bool pinned) {
+                                     if (weak) weak->pinned_ = pinned;
+                                 },
                                  [weak] {
                                      if (weak) weak->dismiss();
                                  },
@@ -111,6 +123,7 @@ void TranslationPopupWindow::place(Point pointer) {
 
 void TranslationPopupWindow::dismiss() {
     outsideClickMonitor_.cancel();
+    pinnedDismissal_->stop();
     if (!isVisible() || fadingOut_) return;
     fadingOut_ = true;
     fade_->stop();
@@ -122,22 +135,35 @@ void TranslationPopupWindow::dismiss() {
 void TranslationPopupWindow::watchOutsideClicks() {
     outsideClickMonitor_.cancel();
     QPointer<TranslationPopupWindow> weak(this);
-    outsideClickMonitor_ = desktop_.mouseDownMonitor().watch([weak](Point at) {
-        if (weak) weak->outsideClick(at);
+    outsideClickMonitor_ = desktop_.mouseDownMonitor().watch([weak](MouseDown down) {
+        if (weak) weak->outsideClick(down);
     });
 }
 
-void TranslationPopupWindow::outsideClick(Point at) {
+void TranslationPopupWindow::outsideClick(const MouseDown& down) {
     if (!isVisible()) return;
+    // X reports every click, in Tavi's own windows too (its menus, the tray
+    // icon it embeds in a panel): those are no clicks outside.
+    if (isOwnNativeWindow(down.window)) return;
     // Where the X server has the window, not Qt: Qt's idea of a frameless
     // tool window's position can be stale after the window manager moved it.
     const std::optional<Rect> frame = desktop_.screens().windowFrame(static_cast<NativeWindowId>(winId()));
     const QRect qtFrame = frameGeometry();
     const Rect where = frame.value_or(Rect{qtFrame.x(), qtFrame.y(), qtFrame.width(), qtFrame.height()});
-    if (where.contains(at)) return;
+    if (where.contains(down.at)) return;
+    if (pinned_) {
+        if (std::chrono::steady_clock::now() - trayUsedAt_ < std::chrono::milliseconds(kTrayGraceMs)) return;
+        pinnedDismissal_->start();  // unless the tray speaks up meanwhile
+        return;
+    }
     QMetaObject::invokeMethod(this, [weak = QPointer<TranslationPopupWindow>(this)] {
         if (weak) weak->dismiss();
     }, Qt::QueuedConnection);
+}
+
+void TranslationPopupWindow::trayUsed() {
+    trayUsedAt_ = std::chrono::steady_clock::now();
+    pinnedDismissal_->stop();
 }
 
 void TranslationPopupWindow::paintEvent(QPaintEvent*) {

@@ -3,6 +3,7 @@
 #include <QPoint>
 #include <QWidget>
 
+#include <chrono>
 #include <optional>
 
 #include "core/Subscription.h"
@@ -10,6 +11,7 @@
 #include "platform/DesktopPlatform.h"
 
 class QPropertyAnimation;
+class QTimer;
 
 namespace tavi {
 
@@ -32,6 +34,13 @@ public:
     void show(const TranslationResult& result, Point pointer);
     void dismiss();
 
+    // The user is at Tavi's tray icon or its menu. Where a panel draws them
+    // (a StatusNotifierItem host), a click there is a click in another
+    // program, told apart only by this word from the tray a moment before
+    // or after it: a pinned popup stays.
+    void trayUsed();
+    static constexpr int kTrayGraceMs = 500;
+
 protected:
     void paintEvent(QPaintEvent* event) override;
     void closeEvent(QCloseEvent* event) override;
@@ -43,12 +52,15 @@ protected:
 private:
     void place(Point pointer);
     void watchOutsideClicks();
-    void outsideClick(Point at);
+    void outsideClick(const MouseDown& down);
 
     DesktopPlatform& desktop_;
     TranslationPopupView* view_;
     QPropertyAnimation* fade_;
     bool fadingOut_ = false;
+    bool pinned_ = false;
+    std::chrono::steady_clock::time_point trayUsedAt_;
+    QTimer* pinnedDismissal_;
     bool rounded_;
     Subscription outsideClickMonitor_;
     std::optional<QPoint> dragOffset_;

@@ -8,8 +8,9 @@
 
 namespace tavi {
 
-TrayIcon::TrayIcon(std::function<std::vector<MenuEntry>()> entries, std::function<void(MenuCommand)> chosen)
-    : entries_(std::move(entries)), chosen_(std::move(chosen)), menu_(std::make_unique<QMenu>()) {
+TrayIcon::TrayIcon(std::function<std::vector<MenuEntry>()> entries, std::function<void(MenuCommand)> chosen,
+                   std::function<void()> used)
+    : entries_(std::move(entries)), chosen_(std::move(chosen)), used_(std::move(used)), menu_(std::make_unique<QMenu>()) {
     menu_->setAccessibleName(QStringLiteral("Tavi"));
     connect(menu_.get(), &QMenu::aboutToShow, this, &TrayIcon::rebuildMenu);
     // The menu is built when it opens; an empty one would not open at all.
@@ -24,6 +25,7 @@ bool TrayIcon::show() {
     icon_->setContextMenu(menu_.get());
     // A left click opens the menu too, as a status-bar item does.
     connect(icon_.get(), &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
+        used_();
         if (reason == QSystemTrayIcon::Trigger) menu_->popup(QCursor::pos());
     });
     icon_->show();
@@ -31,6 +33,7 @@ bool TrayIcon::show() {
 }
 
 void TrayIcon::rebuildMenu() {
+    if (icon_) used_();
     menu_->clear();
     for (const MenuEntry& entry : entries_()) {
         if (entry.separator) {

@@ -18,7 +18,9 @@ namespace tavi {
 // opens.
 class TrayIcon final : public QObject {
 public:
-    TrayIcon(std::function<std::vector<MenuEntry>()> entries, std::function<void(MenuCommand)> chosen);
+    // `used` hears every click on the icon and every opening of its menu.
+    TrayIcon(std::function<std::vector<MenuEntry>()> entries, std::function<void(MenuCommand)> chosen,
+             std::function<void()> used);
     ~TrayIcon() override;
 
     // False when the desktop has no tray at all.
@@ -29,6 +31,7 @@ private:
 
     std::function<std::vector<MenuEntry>()> entries_;
     std::function<void(MenuCommand)> chosen_;
+    std::function<void()> used_;
     std::unique_ptr<QMenu> menu_;
     std::unique_ptr<QSystemTrayIcon> icon_;
 };

@@ -7,15 +7,23 @@
 
 namespace tavi {
 
+// A left or right mouse-button press.
+struct MouseDown {
+    Point at;  // the pointer's global position
+    // The innermost window under the pointer, whoever's it is; 0 when the
+    // desktop does not tell.
+    NativeWindowId window = 0;
+};
+
 // Reports left and right mouse-button presses anywhere on the desktop, in
-// other applications' windows too, with the pointer's global position.
-// Owning thread only; the handler is called there.
+// other applications' windows too. Owning thread only; the handler is
+// called there.
 class MouseDownMonitor {
 public:
     virtual ~MouseDownMonitor() = default;
 
     // An inactive Subscription when the desktop offers no such monitor.
-    [[nodiscard]] virtual Subscription watch(std::function<void(Point)> onMouseDown) = 0;
+    [[nodiscard]] virtual Subscription watch(std::function<void(MouseDown)> onMouseDown) = 0;
 };
 
 }  // namespace tavi

@@ -142,6 +142,28 @@ TEST_F(TrayDesktopTest, TheClipboardTaviServesOutlivesItThroughTheClipboardManag
     EXPECT_EQ(clipboard("image/png"), png);
 }
 
+TEST_F(TrayDesktopTest, TaviTrayLeavesAPinnedPopupOpenAndOtherClicksCloseIt) {
+    TestApplication editor;
+    editor.own("PRIMARY", {{"UTF8_STRING", "pinned"}});
+    auto tray = startTavi();
+    x.movePointer({700, 500});
+    x.chord({XKey::altLeft, XKey::a});
+    ASSERT_TRUE(x.waitUntil([&] { return popupShown(); })) << tray->log();
+    x.click({712 + kPinButton.x, 512 + kPinButton.y});
+
+    // The panel draws the tray icon: a click on it lands in the panel, and
+    // the panel asks Tavi for its menu; the user picks an entry from it.
+    x.click({3800, 5});
+    ASSERT_EQ(tray->menuLabels().size(), 10u);
+    ASSERT_TRUE(tray->clickMenu("开启剪贴板监听\t⌥C"));
+    ASSERT_TRUE(x.waitUntil([&] { return tray->tavi({"config", "get", "clipboardMonitorEnabled"}).out == "true\n"; }));
+    EXPECT_FALSE(x.waitUntil([&] { return !popupShown(); }, 1s)) << "a click at the tray closed the pinned popup";
+
+    // A click anywhere else closes it, pinned or not.
+    x.click({300, 300});
+    EXPECT_TRUE(x.waitUntil([&] { return !popupShown(); }));
+}
+
 TEST_F(TrayDesktopTest, PopupIsPlacedInDevicePixelsOnEveryMonitorAtEveryScale) {
     TestApplication editor;
     editor.own("PRIMARY", {{"UTF8_STRING", "scaled"}});

@@ -123,7 +123,7 @@ std::optional<Rect> DummyScreens::windowFrame(NativeWindowId window) {
     return found->second;
 }
 
-Subscription DummyMouseDownMonitor::watch(std::function<void(Point)> onMouseDown) {
+Subscription DummyMouseDownMonitor::watch(std::function<void(MouseDown)> onMouseDown) {
     if (!available) return {};
     return watchers_.add(std::move(onMouseDown));
 }

@@ -122,12 +122,12 @@ public:
 
 class DummyMouseDownMonitor final : public MouseDownMonitor {
 public:
-    Subscription watch(std::function<void(Point)> onMouseDown) override;
-    void click(Point at) { watchers_.notify(at); }
+    Subscription watch(std::function<void(MouseDown)> onMouseDown) override;
+    void click(Point at, NativeWindowId window = 0) { watchers_.notify({at, window}); }
     bool available = true;
 
 private:
-    ObserverList<Point> watchers_;
+    ObserverList<MouseDown> watchers_;
 };
 
 class DummyPlatform final : public DesktopPlatform {

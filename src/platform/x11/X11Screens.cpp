@@ -112,7 +112,7 @@ void X11MouseDownMonitor::select(bool on) {
     connection_.flush();
 }
 
-Subscription X11MouseDownMonitor::watch(std::function<void(Point)> onMouseDown) {
+Subscription X11MouseDownMonitor::watch(std::function<void(MouseDown)> onMouseDown) {
     if (!available_) return {};
     // Raw events wake Tavi at every click on the desktop: only while watched.
     if (watchers_.empty()) select(true);
@@ -132,7 +132,18 @@ void X11MouseDownMonitor::handle(const xcb_generic_event_t& event) {
     if (press.detail != 1 && press.detail != 3) return;
     auto pointer = connection_.reply<xcb_query_pointer_reply_t>(xcb_query_pointer_reply,
                                                                 xcb_query_pointer(connection_.raw(), connection_.root()));
-    if (pointer) watchers_.notify(Point{pointer->root_x, pointer->root_y});
+    if (!pointer) return;
+    MouseDown down{{pointer->root_x, pointer->root_y}, 0};
+    // Down the tree to the innermost window: a tray icon sits inside the
+    // panel's window, a client inside its frame.
+    for (xcb_window_t child = pointer->child; child != XCB_WINDOW_NONE && down.window != child;) {
+        down.window = child;
+        auto inner = connection_.reply<xcb_query_pointer_reply_t>(xcb_query_pointer_reply,
+                                                                  xcb_query_pointer(connection_.raw(), child));
+        if (!inner) break;
+        child = inner->child;
+    }
+    watchers_.notify(down);
 }
 
 }  // namespace tavi::x11

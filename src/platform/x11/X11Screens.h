@@ -26,7 +26,7 @@ private:
 class X11MouseDownMonitor final : public MouseDownMonitor {
 public:
     explicit X11MouseDownMonitor(X11Connection& connection);
-    Subscription watch(std::function<void(Point)> onMouseDown) override;
+    Subscription watch(std::function<void(MouseDown)> onMouseDown) override;
 
 private:
     void handle(const xcb_generic_event_t& event);
@@ -35,7 +35,7 @@ private:
     X11Connection& connection_;
     std::uint8_t opcode_ = 0;
     bool available_ = false;
-    ObserverList<Point> watchers_;
+    ObserverList<MouseDown> watchers_;
     Subscription events_;
 };
 

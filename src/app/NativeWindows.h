@@ -19,4 +19,8 @@ double scaleOfScreenAt(Point topLeft);
 // that the request follows Qt's.
 void moveToDevicePixels(QWidget& window, Point origin, Point screenTopLeft, double scale);
 
+// Whether the native window is one of Tavi's own: its windows, menus and
+// the tray icon it embeds in a panel (all made by Qt's connection).
+bool isOwnNativeWindow(NativeWindowId window);
+
 }  // namespace tavi

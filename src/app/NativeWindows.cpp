@@ -1,4 +1,4 @@
-#include "app/NativeWindowPosition.h"
+#include "app/NativeWindows.h"
 
 #include <QGuiApplication>
 #include <QScreen>
@@ -30,6 +30,15 @@ void moveToDevicePixels(QWidget& window, Point origin, Point screenTopLeft, doub
     const std::uint32_t position[] = {static_cast<std::uint32_t>(origin.x), static_cast<std::uint32_t>(origin.y)};
     xcb_configure_window(x11->connection(), id, XCB_CONFIG_WINDOW_X | XCB_CONFIG_WINDOW_Y, position);
     xcb_flush(x11->connection());
+}
+
+bool isOwnNativeWindow(NativeWindowId window) {
+    auto* x11 = qApp->nativeInterface<QNativeInterface::QX11Application>();
+    if (!x11 || !x11->connection() || window == 0) return false;
+    // X hands every client a range of resource ids of its own.
+    const xcb_setup_t* setup = xcb_get_setup(x11->connection());
+    const auto id = static_cast<std::uint32_t>(window);
+    return (id & ~setup->resource_id_mask) == (setup->resource_id_base & ~setup->resource_id_mask);
 }
 
 }  // namespace tavi

@@ -2,11 +2,15 @@
 // desktop's X server: large texts in increments, and owners that misbehave.
 #include <gtest/gtest.h>
 
+#include <QCoreApplication>
+#include <QEventLoop>
+#include <QTimer>
+
 #include <chrono>
 #include <cstdio>
 
-#include "PollEventLoop.h"
 #include "TestApplication.h"
+#include "app/QtEventLoop.h"
 #include "platform/x11/X11Clipboard.h"
 #include "platform/x11/X11Connection.h"
 #include "platform/x11/X11Selections.h"
@@ -20,8 +24,27 @@ using Fault = TestApplication::Fault;
 
 constexpr std::size_t kMiB = 1u << 20;
 
+// Runs the thread's Qt loop, as Tavi's does, until `done` or the bound.
+bool runUntil(const std::function<bool()>& done, std::chrono::milliseconds bound) {
+    const auto deadline = Clock::now() + bound;
+    while (!done()) {
+        if (Clock::now() >= deadline) return false;
+        QEventLoop slice;
+        QTimer::singleShot(10, &slice, &QEventLoop::quit);
+        slice.exec();
+    }
+    return true;
+}
+
 class X11SelectionsTest : public ::testing::Test {
 protected:
+    static void SetUpTestSuite() {
+        static int argc = 1;
+        static char name[] = "tavi_desktop_tests";
+        static char* argv[] = {name, nullptr};
+        static QCoreApplication application(argc, argv);
+    }
+
     X11SelectionsTest() {
         std::string why;
         connection = x11::X11Connection::open(loop, [](std::string_view) {}, why);
@@ -39,14 +62,14 @@ protected:
         const auto started = Clock::now();
         x11::readSelectionText(*connection, *selections, connection->atom(selection),
                                [&](TextRead read) { answer = std::move(read); });
-        EXPECT_TRUE(loop.runUntil([&] { return answer.has_value(); }, 20s)) << "no answer";
+        EXPECT_TRUE(runUntil([&] { return answer.has_value(); }, 20s)) << "no answer";
         return {answer.value_or(TextRead::nothing()), std::chrono::duration<double>(Clock::now() - started).count()};
     }
 
     ClipboardSnapshotRead readSnapshot() {
         std::optional<ClipboardSnapshotRead> answer;
         clipboard->readSnapshot([&](ClipboardSnapshotRead read) { answer = std::move(read); });
-        EXPECT_TRUE(loop.runUntil([&] { return answer.has_value(); }, 20s)) << "no answer";
+        EXPECT_TRUE(runUntil([&] { return answer.has_value(); }, 20s)) << "no answer";
         return answer.value_or(ClipboardSnapshotRead{});
     }
 
@@ -60,7 +83,7 @@ protected:
         EXPECT_TRUE(readText(selection).read.text == text) << "the next read was not clean";
     }
 
-    PollEventLoop loop;
+    QtEventLoop loop;
     std::unique_ptr<x11::X11Connection> connection;
     std::unique_ptr<x11::X11Selections> selections;
     std::unique_ptr<x11::X11Clipboard> clipboard;

@@ -15,6 +15,9 @@ using namespace std::chrono_literals;
 // How long one owner gets to answer one request, and a whole snapshot.
 constexpr EventLoop::Duration kTargetBound = 500ms;
 constexpr auto kSnapshotBound = 2s;
+// Target names are the owners' choice: the types remembered for them are
+// bounded, far above what one clipboard offers.
+constexpr std::size_t kTypesRemembered = 256;
 
 // Targets that describe the selection or act on it rather than hold data.
 bool isMetaTarget(std::string_view name) {
@@ -112,6 +115,7 @@ void X11Clipboard::readNextTarget(const std::shared_ptr<SnapshotRead>& read) {
         selections_.convert(clipboard_, target, kTargetBound,
                             [this, read, name = std::move(name)](std::optional<SelectionData> data) {
                                 if (data && !data->bytes.empty()) {
+                                    if (readTypes_.size() >= kTypesRemembered) readTypes_.clear();
                                     readTypes_[name] = {data->type, data->format};
                                     read->item.emplace_back(name, std::move(data->bytes));
                                 }

@@ -5,6 +5,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <fstream>
 #include <sstream>
 #include <thread>
@@ -56,6 +57,10 @@ TrayProcess::TrayProcess(const EnvVars& environment, const std::vector<std::pair
         ::dup2(log, STDOUT_FILENO);
         for (const auto& [name, value] : all) ::setenv(name.c_str(), value.c_str(), 1);
         const std::string binary = TAVI_BINARY_PATH;
+        // A profiler's wrapper execs the tray itself: pid() and the tray item
+        // lookup stay Tavi's own process.
+        if (const char* wrapper = std::getenv("TAVI_TRAY_WRAPPER"); wrapper && *wrapper)
+            ::execl(wrapper, wrapper, binary.c_str(), static_cast<char*>(nullptr));
         ::execl(binary.c_str(), "tavi", static_cast<char*>(nullptr));
         ::_exit(127);
     }

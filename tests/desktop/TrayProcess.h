@@ -30,7 +30,9 @@ private:
 };
 
 // `tavi` started with no arguments, as the user starts it, in a settings
-// folder of its own; its log goes to a file.
+// folder of its own; its log goes to a file. TAVI_TRAY_WRAPPER, when set,
+// names a program started in its place with the binary as its argument, to
+// profile the tray; it must exec the tray in the end.
 class TrayProcess {
 public:
     // `configure` runs `tavi config set` before the start.

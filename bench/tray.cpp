@@ -8,9 +8,10 @@
 //     hotkey and after 500 and 1,000 in all, the later ones asked for through
 //     the D-Bus action as `tavi selection` does (budget 40 MiB resident after
 //     50; private memory should stay flat from 500 to 1,000)
-// It takes about two minutes: 60 s of them idle, and 20 to 60 s for the 950
-// translations through D-Bus, most of that in the fade-outs of the popups
-// closed among them.
+// It takes one and a half to two and a half minutes: 60 s of them idle, and
+// for the 950 translations through D-Bus about 20 s on an idle machine, over
+// a minute when builds share the cores; most of that is the fade-outs of the
+// popups closed among them.
 //   - CPU over 60 s idle with the clipboard monitor on (budget 0.2 % of a core)
 #include <QCoreApplication>
 #include <QDBusConnection>
@@ -62,8 +63,10 @@ long residentKiB(pid_t pid) {
 }
 
 // Resident memory; the part of it no other process maps (the heap, the
-// stacks, but also pages of files only Tavi maps, such as its fonts); and
-// the anonymous part, where the heap's growth shows alone.
+// stacks, but also pages of files only Tavi maps at the moment: its fonts,
+// libraries no other running program uses, so that this figure moves as
+// other programs start and end); and the anonymous part, where the heap's
+// growth shows alone.
 struct Memory {
     long residentKiB = 0;
     long privateKiB = 0;
@@ -254,7 +257,11 @@ int main(int argc, char** argv) {
         const QDBusMessage reply = QDBusConnection::sessionBus().call(action);
         if (reply.type() != QDBusMessage::ReplyMessage ||
             !maps.waitShownAt({pointer.x + 12, pointer.y + 12}, std::chrono::seconds(5))) {
-            std::printf("translation %d never showed (%zu requests) %s\n%s\n", i + 1, service.texts().size(),
+            // Late, or not at all?
+            const auto since = Clock::now();
+            const bool late = maps.waitShownAt({pointer.x + 12, pointer.y + 12}, std::chrono::seconds(30));
+            std::printf("translation %d did not show within 5 s (%zu requests; %s %.0f ms later) %s\n%s\n", i + 1,
+                        service.texts().size(), late ? "it showed" : "not even", millisSince(since),
                         reply.errorMessage().toUtf8().constData(), tray.log().c_str());
             return 1;
         }

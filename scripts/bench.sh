@@ -5,7 +5,7 @@ root="$(cd "$(dirname "$0")/.." && pwd)"
 "$root/scripts/setup.sh"
 "$root/scripts/build.sh" test >/dev/null
 for bench in "$root"/build/test/bench/bench_*; do
-  [ -x "$bench" ] || continue
+  [ -f "$bench" ] && [ -x "$bench" ] || continue  # not the autogen folders
   if [ "$(basename "$bench")" = bench_tray ]; then
     # The tray application on a headless desktop of its own.
     echo "== bench_tray"

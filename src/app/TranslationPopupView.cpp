@@ -9,7 +9,6 @@
 #include <QToolButton>
 #include <QVBoxLayout>
 
-#include "app/PopupIcons.h"
 
 namespace tavi {
 namespace {
@@ -147,9 +146,10 @@ void TranslationPopupView::applyTheme() {
                       "QScrollBar::add-page, QScrollBar::sub-page { background: transparent; }"
                       "QLabel { selection-background-color: %5; selection-color: white; }")
                       .arg(textColor_.name(), secondary, hairline, hover, accent));
-    close_->setIcon(popupIcon(PopupSymbol::close, textColor_));
-    pin_->setIcon(popupIcon(isPinned_ ? PopupSymbol::pinned : PopupSymbol::pin, textColor_));
-    copy_->setIcon(popupIcon(copied_ ? PopupSymbol::checkmark : PopupSymbol::copy, textColor_));
+    for (PopupSymbol symbol : kPopupSymbols) icons_[static_cast<std::size_t>(symbol)] = popupIcon(symbol, textColor_);
+    close_->setIcon(icon(PopupSymbol::close));
+    pin_->setIcon(icon(isPinned_ ? PopupSymbol::pinned : PopupSymbol::pin));
+    copy_->setIcon(icon(copied_ ? PopupSymbol::checkmark : PopupSymbol::copy));
 }
 
 QString TranslationPopupView::languageLine(const TranslationResult& result) {
@@ -174,7 +174,7 @@ void TranslationPopupView::setResult(const TranslationResult& result, Actions ac
     sourceCaption_->setVisible(!result.sourceText.empty());
     scroll_->verticalScrollBar()->setValue(0);
     isPinned_ = false;
-    pin_->setIcon(popupIcon(PopupSymbol::pin, textColor_));
+    pin_->setIcon(icon(PopupSymbol::pin));
     ++copyGeneration_;
     setCopied(false);
 }
@@ -191,13 +191,13 @@ void TranslationPopupView::copy() {
 
 void TranslationPopupView::setCopied(bool copied) {
     copied_ = copied;
-    copy_->setIcon(popupIcon(copied ? PopupSymbol::checkmark : PopupSymbol::copy, textColor_));
+    copy_->setIcon(icon(copied ? PopupSymbol::checkmark : PopupSymbol::copy));
     copy_->setToolTip(copied ? QStringLiteral("已复制") : QStringLiteral("复制译文"));
 }
 
 void TranslationPopupView::togglePin() {
     isPinned_ = !isPinned_;
-    pin_->setIcon(popupIcon(isPinned_ ? PopupSymbol::pinned : PopupSymbol::pin, textColor_));
+    pin_->setIcon(icon(isPinned_ ? PopupSymbol::pinned : PopupSymbol::pin));
     pin_->setToolTip(isPinned_ ? QStringLiteral("取消固定") : QStringLiteral("固定"));
     if (actions_.onPin) actions_.onPin(isPinned_);
 }

@@ -1,10 +1,13 @@
 #pragma once
 
+#include <QIcon>
 #include <QWidget>
 
+#include <array>
 #include <functional>
 #include <string>
 
+#include "app/PopupIcons.h"
 #include "core/TranslationResult.h"
 
 class QLabel;
@@ -39,6 +42,7 @@ private:
     void copy();
     void setCopied(bool copied);
     void togglePin();
+    const QIcon& icon(PopupSymbol symbol) const { return icons_[static_cast<std::size_t>(symbol)]; }
 
     TranslationResult result_;
     Actions actions_;
@@ -56,6 +60,10 @@ private:
     QToolButton* copy_;
     QToolButton* close_;
     QColor textColor_;
+    // Drawn once per theme and reused: Qt keeps every icon's pixmaps in its
+    // process-wide pixmap cache under the icon's own key, so a fresh icon per
+    // result would pile up there until the cache's 10 MiB limit.
+    std::array<QIcon, std::size(kPopupSymbols)> icons_;
 };
 
 }  // namespace tavi

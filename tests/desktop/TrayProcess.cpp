@@ -1,16 +1,23 @@
 #include "TrayProcess.h"
 
-#include <fcntl.h>
-#include <signal.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <sstream>
-#include <thread>
-
-extern char** environ;
 
 namespace tavi::test {
+namespace {
+
+std::unique_ptr<ChildProcess> startTray(const EnvVars& environment, const std::filesystem::path& log) {
+    const std::string binary = TAVI_BINARY_PATH;
+    // A profiler's wrapper execs the tray itself: pid() and the tray item
+    // lookup stay Tavi's own process.
+    if (const char* wrapper = std::getenv("TAVI_TRAY_WRAPPER"); wrapper && *wrapper)
+        return std::make_unique<ChildProcess>(wrapper, std::vector<std::string>{binary}, environment, log);
+    return std::make_unique<ChildProcess>(binary, std::vector<std::string>{}, environment, log);
+}
+
+}  // namespace
 
 TrayProcess::TrayProcess(const EnvVars& environment, const std::vector<std::pair<std::string, std::string>>& settings)
     : environment_(environment) {
@@ -19,24 +26,11 @@ TrayProcess::TrayProcess(const EnvVars& environment, const std::vector<std::pair
     EnvVars all = environment;
     all.emplace_back("XDG_CONFIG_HOME", sandbox_.configHome().string());
     startedAt_ = std::chrono::steady_clock::now();
-    pid_ = ::fork();
-    if (pid_ == 0) {
-        const int log = ::open(logFile_.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-        ::dup2(log, STDERR_FILENO);
-        ::dup2(log, STDOUT_FILENO);
-        for (const auto& [name, value] : all) ::setenv(name.c_str(), value.c_str(), 1);
-        const std::string binary = TAVI_BINARY_PATH;
-        ::execl(binary.c_str(), "tavi", static_cast<char*>(nullptr));
-        ::_exit(127);
-    }
+    process_ = startTray(all, logFile_);
 }
 
 TrayProcess::~TrayProcess() {
-    if (!status_) waitForExit(true);
-    if (!status_) {
-        ::kill(pid_, SIGKILL);
-        ::waitpid(pid_, nullptr, 0);
-    }
+    process_.reset();
     std::error_code error;
     std::filesystem::remove(logFile_, error);
 }
@@ -46,18 +40,7 @@ std::string TrayProcess::log() const { return readFile(logFile_); }
 CliResult TrayProcess::tavi(const std::vector<std::string>& args) const { return sandbox_.run(args, "", environment_); }
 
 std::optional<int> TrayProcess::waitForExit(bool terminate, std::chrono::milliseconds bound) {
-    if (status_) return status_;
-    if (terminate) ::kill(pid_, SIGTERM);
-    const auto deadline = std::chrono::steady_clock::now() + bound;
-    while (std::chrono::steady_clock::now() < deadline) {
-        int status = 0;
-        if (::waitpid(pid_, &status, WNOHANG) == pid_) {
-            status_ = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-            return status_;
-        }
-        std::this_thread::sleep_for(10ms);
-    }
-    return std::nullopt;
+    return process_->waitForExit(terminate, bound);
 }
 
 namespace {
@@ -83,7 +66,7 @@ std::optional<std::string> TrayProcess::trayItem() const {
         if (word.rfind(":1.", 0) != 0) continue;
         const CliResult owner = dbusSend({"--dest=org.freedesktop.DBus", "/org/freedesktop/DBus",
                                           "org.freedesktop.DBus.GetConnectionUnixProcessID", "string:" + word});
-        if (owner.out.find("uint32 " + std::to_string(pid_)) != std::string::npos) return word;
+        if (owner.out.find("uint32 " + std::to_string(pid())) != std::string::npos) return word;
     }
     return std::nullopt;
 }

@@ -5,10 +5,12 @@
 #include <chrono>
 
 #include <filesystem>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "ChildProcess.h"
 #include "CliRunner.h"
 
 namespace tavi::test {
@@ -16,7 +18,9 @@ namespace tavi::test {
 using namespace std::chrono_literals;
 
 // `tavi` started with no arguments, as the user starts it, in a settings
-// folder of its own; its log goes to a file.
+// folder of its own; its log goes to a file. TAVI_TRAY_WRAPPER, when set,
+// names a program started in its place with the binary as its argument, to
+// profile the tray; it must exec the tray in the end.
 class TrayProcess {
 public:
     // `configure` runs `tavi config set` before the start.
@@ -25,7 +29,7 @@ public:
     TrayProcess(const TrayProcess&) = delete;
     TrayProcess& operator=(const TrayProcess&) = delete;
 
-    pid_t pid() const { return pid_; }
+    pid_t pid() const { return process_->pid(); }
     // When the process was started (after the settings were written).
     std::chrono::steady_clock::time_point startedAt() const { return startedAt_; }
     std::string log() const;
@@ -59,9 +63,8 @@ private:
     CliSandbox sandbox_;
     std::filesystem::path logFile_;
     EnvVars environment_;
-    pid_t pid_ = -1;
     std::chrono::steady_clock::time_point startedAt_;
-    std::optional<int> status_;
+    std::unique_ptr<ChildProcess> process_;
 };
 
 }  // namespace tavi::test

@@ -22,6 +22,9 @@ constexpr auto kSnapshotBound = 5s;
 constexpr std::size_t kMaximumSnapshotTargets = 64;
 // How long the clipboard manager gets to take the clipboard when Tavi exits.
 constexpr EventLoop::Duration kHandOverBound = 750ms;
+// Target names are the owners' choice: the types remembered for them are
+// bounded, far above what one clipboard offers.
+constexpr std::size_t kTypesRemembered = 256;
 
 // Targets that describe the selection or act on it rather than hold data.
 bool isMetaTarget(std::string_view name) {
@@ -142,6 +145,7 @@ void X11Clipboard::readNextTarget(const std::shared_ptr<SnapshotRead>& read) {
         selections_.convert(clipboard_, target, kTargetBound,
                             [this, read, name = std::move(name)](SelectionReply reply) {
                                 if (reply.converted() && !reply.data.bytes.empty()) {
+                                    if (readTypes_.size() >= kTypesRemembered) readTypes_.clear();
                                     readTypes_[name] = {reply.data.type, reply.data.format};
                                     read->item.emplace_back(name, std::move(reply.data.bytes));
                                 } else if (reply.status != SelectionReply::Status::refused) {

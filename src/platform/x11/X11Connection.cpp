@@ -3,6 +3,14 @@
 #include <cstdlib>
 
 namespace tavi::x11 {
+namespace {
+
+// Atom names also come from other clients (the targets a clipboard owner
+// offers, whatever it calls them), so the cache has a bound: past it, it
+// starts afresh and the names still in use are asked for once more.
+constexpr std::size_t kAtomsCached = 512;
+
+}  // namespace
 
 std::unique_ptr<X11Connection> X11Connection::open(EventLoop& loop, Log log, std::string& why) {
     int screenNumber = 0;
@@ -54,7 +62,7 @@ xcb_atom_t X11Connection::atom(std::string_view name) {
         xcb_intern_atom_reply,
         xcb_intern_atom(connection_, 0, static_cast<std::uint16_t>(name.size()), name.data()));
     const xcb_atom_t value = answer ? answer->atom : xcb_atom_t{XCB_ATOM_NONE};
-    if (value != XCB_ATOM_NONE) atoms_.emplace(std::string(name), value);
+    if (value != XCB_ATOM_NONE) remember(std::string(name), value);
     return value;
 }
 
@@ -65,8 +73,13 @@ std::string X11Connection::atomName(xcb_atom_t atom) {
     if (!answer) return {};
     std::string name(xcb_get_atom_name_name(answer.get()),
                      static_cast<std::size_t>(xcb_get_atom_name_name_length(answer.get())));
-    atoms_.emplace(name, atom);
+    remember(name, atom);
     return name;
+}
+
+void X11Connection::remember(std::string name, xcb_atom_t atom) {
+    if (atoms_.size() >= kAtomsCached) atoms_.clear();
+    atoms_.emplace(std::move(name), atom);
 }
 
 Subscription X11Connection::onEvent(std::function<void(const xcb_generic_event_t&)> handler) {

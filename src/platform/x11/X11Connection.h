@@ -44,7 +44,7 @@ public:
     EventLoop& loop() const { return loop_; }
     const Log& log() const { return log_; }
 
-    // Interned atoms, asked for once each.
+    // Interned atoms, asked for once each while they stay in a bounded cache.
     xcb_atom_t atom(std::string_view name);
     std::string atomName(xcb_atom_t atom);
 
@@ -73,6 +73,7 @@ private:
     X11Connection(EventLoop& loop, Log log, xcb_connection_t* connection, int screenNumber);
     void dispatch();
     void scheduleDispatch();
+    void remember(std::string name, xcb_atom_t atom);
 
     EventLoop& loop_;
     Log log_;

@@ -59,23 +59,6 @@ TEST(CommandLine, HelpVersionAndUsageErrors) {
     }
 }
 
-TEST(CommandLine, TranslateFailsWithTheServiceTextAndTouchesNoSettings) {
-    CliSandbox sandbox;
-    CliResult r = sandbox.run({"translate", "hello"});
-    EXPECT_EQ(r.exitCode, 1);
-    EXPECT_EQ(r.err, "翻译失败：OpenAI API Key 未设置\n");
-    EXPECT_TRUE(r.out.empty());
-
-    r = sandbox.run({"translate", "--provider", "foo", "hello"});
-    EXPECT_EQ(r.err, "翻译失败：未找到翻译服务：foo\n");
-    r = sandbox.run({"translate", "--provider=OpenAI", "hello"});
-    EXPECT_EQ(r.err, "翻译失败：未找到翻译服务：OpenAI\n");
-
-    // Overrides are for one call: nothing was written.
-    EXPECT_FALSE(std::filesystem::exists(sandbox.configFile()) &&
-                 std::filesystem::file_size(sandbox.configFile()) > 0);
-}
-
 TEST(CommandLine, ProvidersListsEveryServiceInOrder) {
     CliSandbox sandbox;
     const CliResult r = sandbox.run({"providers"});

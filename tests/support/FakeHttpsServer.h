@@ -24,7 +24,6 @@ struct RecordedRequest {
     std::string target;   // the request-target exactly as sent, query included
     std::string path;     // target up to '?'
     std::string query;    // what follows '?', still percent-encoded; empty without '?'
-    std::string version;  // "HTTP/1.1"
     std::vector<HttpHeader> headers;  // in arrival order, names spelt as sent, values without surrounding blanks
     std::string head;     // request line and header lines byte for byte, up to and including the blank line
     std::string body;
@@ -80,7 +79,6 @@ public:
     // in a Connection header: the client finds its kept-alive connection dead.
     void setDropConnectionAfterEachResponse(bool drop);
 
-    std::vector<RecordedRequest> requests() const;
     RecordedRequest lastRequest() const;  // an empty record if none arrived
     std::size_t requestCount() const;
     std::size_t connectionCount() const;  // distinct connections that carried at least one request
@@ -98,8 +96,6 @@ public:
     // Content-Length or, with announceLength false, chunked.
     static Handler hugeBody(std::size_t bytes, bool announceLength = true);
 
-    // Hostile bodies.
-    static std::string nestedJson(std::size_t depth);  // {"a":{"a":...}} `depth` objects deep
     // Text that is not UTF-8 (a broken sequence, stray bytes, an encoded
     // surrogate); JSON-escape-free, so it can be pasted inside a JSON string.
     static std::string invalidUtf8Text();

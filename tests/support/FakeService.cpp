@@ -12,19 +12,9 @@ void FakeService::scriptReply(int status, std::string body, std::string contentT
     script_ = Reply{status, std::move(body), std::move(contentType)};
 }
 
-void FakeService::clearScript() {
-    std::lock_guard lock(mutex_);
-    script_.reset();
-}
-
 std::vector<std::string> FakeService::rejections() const {
     std::lock_guard lock(mutex_);
     return rejections_;
-}
-
-std::size_t FakeService::acceptedCount() const {
-    std::lock_guard lock(mutex_);
-    return texts_.size();
 }
 
 std::vector<std::string> FakeService::texts() const {

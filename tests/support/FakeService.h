@@ -33,11 +33,9 @@ public:
     // Accepted requests get this reply instead of a translation (for hostile
     // replies); refused ones are still refused.
     void scriptReply(int status, std::string body, std::string contentType = "application/json");
-    void clearScript();
 
     // One entry per refused request: why it was refused.
     std::vector<std::string> rejections() const;
-    std::size_t acceptedCount() const;
     // The texts of accepted requests, decoded as the service decodes them
     // (empty for fakes that do not pick the text out while examining).
     std::vector<std::string> texts() const;

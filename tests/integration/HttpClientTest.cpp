@@ -43,16 +43,12 @@ HttpRequest get(std::string url, std::chrono::milliseconds timeout = 10s) {
 }
 
 TransportError transportErrorOf(const Result<HttpResponse>& result) {
-    if (result.ok()) {
-        ADD_FAILURE() << "expected a transport error, got HTTP " << result->status;
-        return {};
-    }
-    const auto* error = std::get_if<TransportError>(&result.error());
+    const TransportError* error = result.ok() ? nullptr : std::get_if<TransportError>(&result.error());
     if (error == nullptr) {
-        ADD_FAILURE() << "expected a transport error, got: " << describe(result.error());
-        return {};
+        ADD_FAILURE() << "expected a transport error, got "
+                      << (result.ok() ? "HTTP " + std::to_string(result->status) : describe(result.error()));
     }
-    return *error;
+    return error ? *error : TransportError{};
 }
 
 // A socket bound to an ephemeral port of 127.0.0.1, and that port.
@@ -267,16 +263,25 @@ TEST_F(HttpClientTest, BodyOfExactlyTheLimitIsAcceptedAndOneByteMoreIsRefused) {
 
 // ---- connections ----
 
-TEST_F(HttpClientTest, SequentialRequestsToOneHostShareOneConnection) {
-    server.on("GET", "/ping", FakeHttpsServer::respond(200, "pong"));
+TEST_F(HttpClientTest, RequestsToOneHostShareOneConnectionAndOutliveItsClosing) {
+    server.on("POST", "/ping", FakeHttpsServer::respond(200, "pong"));
+    HttpRequest ping = get("https://api.openai.com/ping");
+    ping.method = "POST";
+    ping.body = "{}";
     for (int i = 0; i < 20; ++i) {
-        auto result = client.send(get("https://api.openai.com/ping"));
+        auto result = client.send(ping);
         ASSERT_TRUE(result.ok()) << i << ": " << describe(result.error());
         EXPECT_EQ(result->body, "pong");
     }
     EXPECT_EQ(client.connectionsOpened(), 1u);
     EXPECT_EQ(server.connectionCount(), 1u);
     EXPECT_EQ(server.handshakesCompleted(), 1u);
+
+    // A server that closes each kept-alive connection unannounced: the dead
+    // one is found before sending, never after.
+    server.setDropConnectionAfterEachResponse(true);
+    for (int i = 0; i < 3; ++i) EXPECT_TRUE(client.send(ping).ok()) << i;
+    EXPECT_EQ(server.requestCount(), 23u);
 }
 
 TEST_F(HttpClientTest, RequestsFromSeveralThreadsAtOnceEachGetTheirOwnAnswer) {
@@ -320,6 +325,23 @@ TEST_F(HttpClientTest, AbandonedTransfersEndAtOnceAndNoneStartsAfterwards) {
 }
 
 // ---- failures ----
+
+// What each reply means is pinned by the providers' tests, which pass these
+// errors on unchanged; here, how a transfer can break, as the user reads it.
+TEST_F(HttpClientTest, EachWayATransferBreaksHasItsText) {
+    const std::string lost = "网络连接已中断，未收到完整的响应（api.openai.com）";
+    const std::tuple<FakeHttpsServer::Handler, std::chrono::milliseconds, std::string> cases[] = {
+        // Chunked: the limit holds without a length announced (and with one, as tested above).
+        {FakeHttpsServer::hugeBody(64 * 1024 * 1024, false), 10s, "服务器返回的内容过大，已停止接收（api.openai.com）"},
+        {FakeHttpsServer::truncatedBody(R"({"choices":[{"message":{"content":"x"}}]})", 10), 10s, lost},
+        {FakeHttpsServer::resetMidResponse(R"({"choices":)", 200), 10s, lost},
+        {server.stall(5s), 500ms, "请求超时，服务器没有及时响应（api.openai.com）"},
+    };
+    for (const auto& [handler, timeout, text] : cases) {
+        server.on("GET", "/broken", handler);
+        EXPECT_EQ(transportErrorOf(client.send(get("https://api.openai.com/broken", timeout))).description(), text);
+    }
+}
 
 // Each failure has its kind and its text, naming the host and nothing
 // secret from the URL; a server that cannot be trusted gets no request.

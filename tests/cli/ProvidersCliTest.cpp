@@ -146,7 +146,8 @@ TEST_F(ProvidersCliTest, DeepLProPlanGoesToTheProHost) {
 // Every reply's text is pinned by the providers' own tests, and OpenAIOverHttpsTest
 // takes hostile replies over HTTPS; here a translation that holds a NUL reaches stdout whole.
 TEST_F(ProvidersCliTest, TranslationIsWrittenOutByteForByte) {
-    aliyun.scriptReply(200, R"({"Code":200,"Data":{"Translated":"\u0000\n译文\t"}})");
+    const std::string reply = R"({"Code":200,"Data":{"Translated":"\u0000\n译文\t"}})";
+    aliyun.server().on("POST", "/", FakeHttpsServer::respond(200, reply));
     const CliResult r = translate("aliyun", {"hello"});
     EXPECT_EQ(r.exitCode, 0) << r.err;
     EXPECT_EQ(r.out, std::string("\0\n译文\t\n", 10));

@@ -210,7 +210,8 @@ TEST_F(HttpClientTest, HeaderThatWouldSplitTheRequestIsRefusedWithoutTraffic) {
 // ---- what comes back ----
 
 TEST_F(HttpClientTest, AnyStatusComesBackAsAResponseAndRedirectsAreNotFollowed) {
-    const std::string oddBody = std::string("\0") + FakeHttpsServer::invalidUtf8Text();
+    // A NUL, a lead byte before a non-continuation, bytes never valid in UTF-8, an encoded surrogate.
+    const std::string oddBody("\0caf\xC3\x28 \xFF\xFE \xED\xA0\x80 end", 17);
     server.on("GET", "/error", [&](const RecordedRequest&, httplib::Response& response) {
         response.status = 503;
         response.set_header("X-Request-Id", "abc 123");

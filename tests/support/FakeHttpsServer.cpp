@@ -301,12 +301,11 @@ FakeHttpsServer::Handler FakeHttpsServer::respond(int status, std::string body, 
     };
 }
 
-FakeHttpsServer::Handler FakeHttpsServer::stall(std::chrono::milliseconds delay, int status, std::string body) {
-    return [this, delay, status, body = std::move(body)](const RecordedRequest&, httplib::Response& response) {
+FakeHttpsServer::Handler FakeHttpsServer::stall(std::chrono::milliseconds delay) {
+    return [this, delay](const RecordedRequest&, httplib::Response& response) {
         const auto deadline = Clock::now() + delay;
         while (!stopping_ && Clock::now() < deadline) std::this_thread::sleep_for(5ms);
-        response.status = status;
-        response.set_content(body, "application/json");
+        response.set_content("{}", "application/json");
     };
 }
 
@@ -354,12 +353,6 @@ FakeHttpsServer::Handler FakeHttpsServer::hugeBody(std::size_t bytes, bool annou
                                                   });
         }
     };
-}
-
-std::string FakeHttpsServer::invalidUtf8Text() {
-    // A lead byte followed by a non-continuation, two bytes never valid in
-    // UTF-8, and an encoded UTF-16 surrogate.
-    return std::string("caf\xC3\x28 \xFF\xFE \xED\xA0\x80 end");
 }
 
 }  // namespace tavi::test

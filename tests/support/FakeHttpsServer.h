@@ -86,8 +86,8 @@ public:
 
     // Ready-made handlers.
     static Handler respond(int status, std::string body, std::string contentType = "application/json");
-    // Answers after `delay` (or as soon as the fake shuts down).
-    Handler stall(std::chrono::milliseconds delay, int status = 200, std::string body = "{}");
+    // Answers 200 "{}" after `delay` (or as soon as the fake shuts down).
+    Handler stall(std::chrono::milliseconds delay);
     // Announces `fullBody`'s length, sends its first `bytesSent` bytes, then closes (with TLS close_notify).
     static Handler truncatedBody(std::string fullBody, std::size_t bytesSent);
     // Announces `declaredLength` bytes, sends `partialBody`, then resets the TCP connection.
@@ -95,10 +95,6 @@ public:
     // Streams `bytes` bytes of filler without ever holding them, announced by
     // Content-Length or, with announceLength false, chunked.
     static Handler hugeBody(std::size_t bytes, bool announceLength = true);
-
-    // Text that is not UTF-8 (a broken sequence, stray bytes, an encoded
-    // surrogate); JSON-escape-free, so it can be pasted inside a JSON string.
-    static std::string invalidUtf8Text();
 
 private:
     class Server;

@@ -143,8 +143,8 @@ TEST_F(GoogleProviderTest, RequestIsAnEmptyPostWithEverythingInTheQuery) {
     EXPECT_EQ(result.value(), (TranslationResult{"hello world", "&amp; &#39;你好&#39;", Language::english,
                                                  Language::chinese, "Google 翻译", {}}));  // trimmed, not unescaped
     EXPECT_EQ(wire(transport.lastRequest()),
-              "POST " + kGoogleEndpoint + "key=AIza-test&q=hello%20world&target=zh-CN&format=text&source=en (60000 ms)\n"
-              "Content-Type: application/json\n\n");
+              "POST " + kGoogleEndpoint + "key=AIza-test&q=hello%20world&target=zh-CN&format=text&source=en"
+              " (60000 ms)\nContent-Type: application/json\n\n");
     // Source only when not auto; an auto target falls back to English.
     EXPECT_EQ(sent("x", Language::auto_, Language::chineseTraditional).url,
               kGoogleEndpoint + "key=AIza-test&q=x&target=zh-TW&format=text");

@@ -22,8 +22,10 @@ AssignOutcome assign(test::SettingsHarness& h, std::string_view key, std::string
 // pins the start of `config list`); which are secret decides what the list masks.
 TEST(SettingsText, KeysAreExactAndTheServicesSecretsAreMasked) {
     ASSERT_EQ(settingKeys().size(), 25u);
-    for (std::string_view key : {"", "openaiapikey", "openTranslationWindow", "activeProviderID ", "General/openAIModel"})
+    for (std::string_view key :
+         {"", "openaiapikey", "openTranslationWindow", "activeProviderID ", "General/openAIModel"}) {
         EXPECT_FALSE(isSettingKey(key)) << key;
+    }
     const std::vector<std::string_view> secrets = {"openAIAPIKey", "claudeAPIKey", "deepLAPIKey", "googleAPIKey",
                                                    "baiduSecretKey", "aliyunAccessKeySecret", "volcanoSecretAccessKey"};
     for (std::string_view key : settingKeys()) {

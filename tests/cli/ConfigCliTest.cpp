@@ -37,15 +37,10 @@ TEST(ConfigCommand, ValuesRoundTripAsTextAndSecretsNeverShow) {
     EXPECT_EQ(sandbox.run({"config", "get", "targetLanguage"}).out, "zh\n");
 }
 
-TEST(ConfigCommand, MalformedValuesAndRefusedShortcutsChangeNothing) {
+// SettingsTextTest and HotkeyModelTest pin every refusal's text; here, a
+// refused shortcut ends with status 1 and leaves the one before in place.
+TEST(ConfigCommand, RefusedShortcutsChangeNothing) {
     CliSandbox sandbox;
-    for (const auto& [key, value] : std::vector<std::pair<std::string, std::string>>{
-             {"deepLIsPro", "yes"}, {"targetLanguage", "english"}, {"minTextLengthForAutoTranslate", "2x"},
-             {"translateSelectedTextHotkey", "{\"keyCode\":1}"}}) {
-        const CliResult r = sandbox.run({"config", "set", key, value});
-        EXPECT_EQ(r.exitCode, 2) << key;
-        EXPECT_NE(r.err.find("tavi: "), std::string::npos) << key;
-    }
     CliResult r = sandbox.run({"config", "set", "translateSelectedTextHotkey", R"({"keyCode":0,"modifiers":0})"});
     EXPECT_EQ(r.exitCode, 1);
     EXPECT_EQ(r.err, "全局快捷键至少需要一个修饰键。\n");
@@ -56,24 +51,15 @@ TEST(ConfigCommand, MalformedValuesAndRefusedShortcutsChangeNothing) {
                                                                                   "\n");
 }
 
-// A key pasted with a line break used to split the request into
-// two header fields. Pasted blanks are trimmed; a line break inside is refused
-// when set, and one that reaches the file by hand never reaches the wire.
-TEST(ConfigCommand, CredentialLineBreaksNeverReachARequest) {
+// A key pasted with a line break used to split the request into two header
+// fields. It is refused when set, with status 2 as any malformed value; one
+// that reaches the file by hand is stopped by the client (HttpClientTest).
+TEST(ConfigCommand, CredentialLineBreaksAreRefused) {
     CliSandbox sandbox;
-    ASSERT_EQ(sandbox.run({"config", "set", "openAIAPIKey", "  sk-pasted\r\n"}).exitCode, 0);
-    EXPECT_EQ(sandbox.run({"config", "get", "openAIAPIKey"}).out, "sk-pasted\n");
-
     const CliResult refused = sandbox.run({"config", "set", "claudeAPIKey", "sk-ant-SECRET\r\nX-Injected: yes"});
     EXPECT_EQ(refused.exitCode, 2);
     EXPECT_EQ(refused.err, "tavi: 设置项 claudeAPIKey 的值不能含有换行、回车、制表符等控制字符\n用法见 tavi --help\n");
     EXPECT_EQ(sandbox.run({"config", "get", "claudeAPIKey"}).out, "\n");
-
-    std::ofstream(sandbox.configFile(), std::ios::app) << "deepLAPIKey=dk-SECRET\\r\\nX-Injected: yes\n";
-    const CliResult r = sandbox.run({"translate", "--provider", "deepl", "hello"});
-    EXPECT_EQ(r.exitCode, 1);
-    EXPECT_EQ(r.err, "翻译失败：请求头 Authorization 含有换行、回车或空字符等不允许的字符，请求未发送；"
-                     "请检查该服务的密钥等设置\n");
 }
 
 TEST(ConfigCommand, AFileThatCannotBeWrittenIsReported) {

@@ -8,17 +8,10 @@ namespace tavi::test {
 
 // Loopback stand-ins for the services that authenticate with a plain API key:
 // OpenAI's Chat Completions, Anthropic's Messages API, Google Translation v2
-// and DeepL v2 (Free or Pro). Each checks what actually arrived the way the
-// real service does and refuses it with the real service's error shape:
-//   OpenAI  401 {"error":{"message":"Incorrect API key provided. ...","code":"invalid_api_key",...}}
-//           400 invalid_request_error for a malformed body
-//   Claude  401 {"type":"error","error":{"type":"authentication_error","message":"invalid x-api-key"}}
-//           400 invalid_request_error for a missing anthropic-version or a malformed body
-//   Google  400 {"error":{"code":400,"message":"API key not valid. Please pass a valid API key.",...}}
-//           411 (HTML) for a POST without Content-Length, like Google's front end
-//   DeepL   403 {"message":"Wrong endpoint. Use https://api.deepl.com"} for a key of the other plan
-//           403 with an empty body for an unknown key
-//           400 {"message":"Value for 'source_lang' not supported."} for a regional source code
+// and DeepL v2 (Free or Pro). Each refuses a wrong key in the real service's
+// own words and error shape, and a request it cannot read with a plain 400.
+// The fields of a request are pinned byte for byte by the providers' unit
+// tests; these fakes judge what curl delivered and decode the user's text.
 
 // Given a key, it refuses every other one; given none, it takes any, for a
 // Tavi whose key is changed while it runs. The user's text is the content of

@@ -1,17 +1,17 @@
 #include "FakeHttpsServer.h"
 
-#include <arpa/inet.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <openssl/ssl.h>
 #include <poll.h>
+#include <strings.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <cctype>
 #include <climits>
 #include <csignal>
+#include <set>
 #include <stdexcept>
 
 #include "TestCertificates.h"
@@ -47,9 +47,7 @@ struct Connection {
 thread_local Connection* currentConnection = nullptr;
 
 bool equalsIgnoringCase(std::string_view a, std::string_view b) {
-    return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
-               return std::tolower(static_cast<unsigned char>(x)) == std::tolower(static_cast<unsigned char>(y));
-           });
+    return a.size() == b.size() && ::strncasecmp(a.data(), b.data(), a.size()) == 0;
 }
 
 // Waits for `events` on the socket in short steps, giving up after `limit` or
@@ -91,64 +89,32 @@ public:
         return n > 0 ? n : -1;
     }
 
-    void get_remote_ip_and_port(std::string& ip, int& port) const override { address(true, ip, port); }
-    void get_local_ip_and_port(std::string& ip, int& port) const override { address(false, ip, port); }
+    // Addresses are of no use to the fake's handlers.
+    void get_remote_ip_and_port(std::string&, int&) const override {}
+    void get_local_ip_and_port(std::string&, int&) const override {}
     socket_t socket() const override { return connection_.socket; }
 
 private:
-    void address(bool remote, std::string& ip, int& port) const {
-        sockaddr_in address{};
-        socklen_t length = sizeof address;
-        int rc = remote ? getpeername(connection_.socket, reinterpret_cast<sockaddr*>(&address), &length)
-                        : getsockname(connection_.socket, reinterpret_cast<sockaddr*>(&address), &length);
-        if (rc != 0 || address.sin_family != AF_INET) return;
-        char text[INET_ADDRSTRLEN] = {};
-        inet_ntop(AF_INET, &address.sin_addr, text, sizeof text);
-        ip = text;
-        port = ntohs(address.sin_port);
-    }
-
     Connection& connection_;
     const std::atomic<bool>& stopping_;
 };
 
-std::string trimBlanks(std::string_view text) {
-    const auto blank = [](char c) { return c == ' ' || c == '\t'; };
-    while (!text.empty() && blank(text.front())) text.remove_prefix(1);
-    while (!text.empty() && blank(text.back())) text.remove_suffix(1);
-    return std::string(text);
+std::string trimBlanks(const std::string& text) {
+    const auto first = text.find_first_not_of(" \t");
+    return first == std::string::npos ? "" : text.substr(first, text.find_last_not_of(" \t") - first + 1);
 }
 
-// Fills the request line and header fields from the raw head.
-void parseHead(std::string_view head, RecordedRequest& request) {
-    auto lineEnd = head.find("\r\n");
-    std::string_view requestLine = head.substr(0, lineEnd);
-    auto firstSpace = requestLine.find(' ');
-    auto lastSpace = requestLine.rfind(' ');
-    if (firstSpace != std::string_view::npos && lastSpace > firstSpace) {
-        request.method = requestLine.substr(0, firstSpace);
-        request.target = requestLine.substr(firstSpace + 1, lastSpace - firstSpace - 1);
-        request.version = requestLine.substr(lastSpace + 1);
+// The header fields of a raw head, in arrival order and spelt as sent.
+std::vector<HttpHeader> headerFields(const std::string& head) {
+    std::vector<HttpHeader> fields;
+    for (std::size_t start = head.find("\r\n"), end; start != std::string::npos; start = end) {
+        start += 2;
+        end = head.find("\r\n", start);
+        const std::string line = head.substr(start, end == std::string::npos ? end : end - start);
+        const auto colon = line.find(':');
+        if (colon != std::string::npos) fields.push_back({line.substr(0, colon), trimBlanks(line.substr(colon + 1))});
     }
-    while (lineEnd != std::string_view::npos) {
-        auto start = lineEnd + 2;
-        lineEnd = head.find("\r\n", start);
-        std::string_view line = head.substr(start, lineEnd == std::string_view::npos ? head.npos : lineEnd - start);
-        if (line.empty()) break;
-        auto colon = line.find(':');
-        if (colon == std::string_view::npos) continue;
-        request.headers.push_back({std::string(line.substr(0, colon)), trimBlanks(line.substr(colon + 1))});
-    }
-}
-
-void ignoreBrokenPipes() {
-    // A client that hangs up mid-response must not kill the test process
-    // through SIGPIPE when OpenSSL writes to the socket.
-    static const bool once = [] {
-        std::signal(SIGPIPE, SIG_IGN);
-        return true;
-    }();
-    (void)once;
+    return fields;
 }
 
 }  // namespace
@@ -186,7 +152,9 @@ private:
 };
 
 FakeHttpsServer::FakeHttpsServer(Certificate certificate) {
-    ignoreBrokenPipes();
+    // A client that hangs up mid-response must not kill the test process
+    // through SIGPIPE when OpenSSL writes to the socket.
+    std::signal(SIGPIPE, SIG_IGN);
     const auto& certificates = TestCertificates::instance();
     const bool trusted = certificate == Certificate::trusted;
     server_ = std::make_unique<Server>(*this, trusted ? certificates.certPath() : certificates.untrustedCertPath(),
@@ -195,15 +163,8 @@ FakeHttpsServer::FakeHttpsServer(Certificate certificate) {
 
     server_->new_task_queue = [] { return new httplib::ThreadPool(kWorkers); };
 
-    const auto catchAll = [this](const httplib::Request& request, httplib::Response& response) {
-        route(request, response);
-    };
-    server_->Get(".*", catchAll);
-    server_->Post(".*", catchAll);
-    server_->Put(".*", catchAll);
-    server_->Patch(".*", catchAll);
-    server_->Delete(".*", catchAll);
-    server_->Options(".*", catchAll);
+    const auto all = [this](const httplib::Request& request, httplib::Response& response) { route(request, response); };
+    server_->Get(".*", all).Post(".*", all).Put(".*", all).Patch(".*", all).Delete(".*", all).Options(".*", all);
 
     port_ = server_->bind_to_any_port("127.0.0.1");
     if (port_ <= 0) throw std::runtime_error("FakeHttpsServer: could not bind 127.0.0.1");
@@ -237,11 +198,6 @@ void FakeHttpsServer::on(std::string method, std::string path, Handler handler) 
 
 void FakeHttpsServer::setDropConnectionAfterEachResponse(bool drop) { dropAfterEachResponse_ = drop; }
 
-std::vector<RecordedRequest> FakeHttpsServer::requests() const {
-    std::lock_guard lock(mutex_);
-    return requests_;
-}
-
 RecordedRequest FakeHttpsServer::lastRequest() const {
     std::lock_guard lock(mutex_);
     return requests_.empty() ? RecordedRequest{} : requests_.back();
@@ -254,10 +210,9 @@ std::size_t FakeHttpsServer::requestCount() const {
 
 std::size_t FakeHttpsServer::connectionCount() const {
     std::lock_guard lock(mutex_);
-    std::vector<std::size_t> ids;
-    for (const auto& request : requests_) ids.push_back(request.connectionId);
-    std::sort(ids.begin(), ids.end());
-    return static_cast<std::size_t>(std::unique(ids.begin(), ids.end()) - ids.begin());
+    std::set<std::size_t> ids;
+    for (const auto& request : requests_) ids.insert(request.connectionId);
+    return ids.size();
 }
 
 std::size_t FakeHttpsServer::handshakesCompleted() const { return handshakes_; }
@@ -310,16 +265,14 @@ void FakeHttpsServer::serveConnection(int socket) {
 
 void FakeHttpsServer::route(const httplib::Request& request, httplib::Response& response) {
     RecordedRequest recorded;
+    recorded.method = request.method;
+    recorded.target = request.target;  // as sent: httplib decodes only the path
     if (Connection* connection = currentConnection) {
         const auto headEnd = connection->received.find("\r\n\r\n");
         recorded.head = connection->received.substr(0, headEnd == std::string::npos ? headEnd : headEnd + 4);
-        parseHead(recorded.head, recorded);
+        recorded.headers = headerFields(recorded.head);
         recorded.connectionId = connection->id;
         recorded.serverName = connection->serverName;
-    } else {
-        recorded.method = request.method;
-        recorded.target = request.target;
-        recorded.version = request.version;
     }
     const auto question = recorded.target.find('?');
     recorded.path = recorded.target.substr(0, question);
@@ -348,12 +301,11 @@ FakeHttpsServer::Handler FakeHttpsServer::respond(int status, std::string body, 
     };
 }
 
-FakeHttpsServer::Handler FakeHttpsServer::stall(std::chrono::milliseconds delay, int status, std::string body) {
-    return [this, delay, status, body = std::move(body)](const RecordedRequest&, httplib::Response& response) {
+FakeHttpsServer::Handler FakeHttpsServer::stall(std::chrono::milliseconds delay) {
+    return [this, delay](const RecordedRequest&, httplib::Response& response) {
         const auto deadline = Clock::now() + delay;
         while (!stopping_ && Clock::now() < deadline) std::this_thread::sleep_for(5ms);
-        response.status = status;
-        response.set_content(body, "application/json");
+        response.set_content("{}", "application/json");
     };
 }
 
@@ -401,21 +353,6 @@ FakeHttpsServer::Handler FakeHttpsServer::hugeBody(std::size_t bytes, bool annou
                                                   });
         }
     };
-}
-
-std::string FakeHttpsServer::nestedJson(std::size_t depth) {
-    std::string json;
-    json.reserve(depth * 6 + 1);
-    for (std::size_t i = 0; i < depth; ++i) json += "{\"a\":";
-    json += "1";
-    json.append(depth, '}');
-    return json;
-}
-
-std::string FakeHttpsServer::invalidUtf8Text() {
-    // A lead byte followed by a non-continuation, two bytes never valid in
-    // UTF-8, and an encoded UTF-16 surrogate.
-    return std::string("caf\xC3\x28 \xFF\xFE \xED\xA0\x80 end");
 }
 
 }  // namespace tavi::test

@@ -24,7 +24,6 @@ struct RecordedRequest {
     std::string target;   // the request-target exactly as sent, query included
     std::string path;     // target up to '?'
     std::string query;    // what follows '?', still percent-encoded; empty without '?'
-    std::string version;  // "HTTP/1.1"
     std::vector<HttpHeader> headers;  // in arrival order, names spelt as sent, values without surrounding blanks
     std::string head;     // request line and header lines byte for byte, up to and including the blank line
     std::string body;
@@ -80,7 +79,6 @@ public:
     // in a Connection header: the client finds its kept-alive connection dead.
     void setDropConnectionAfterEachResponse(bool drop);
 
-    std::vector<RecordedRequest> requests() const;
     RecordedRequest lastRequest() const;  // an empty record if none arrived
     std::size_t requestCount() const;
     std::size_t connectionCount() const;  // distinct connections that carried at least one request
@@ -88,8 +86,8 @@ public:
 
     // Ready-made handlers.
     static Handler respond(int status, std::string body, std::string contentType = "application/json");
-    // Answers after `delay` (or as soon as the fake shuts down).
-    Handler stall(std::chrono::milliseconds delay, int status = 200, std::string body = "{}");
+    // Answers 200 "{}" after `delay` (or as soon as the fake shuts down).
+    Handler stall(std::chrono::milliseconds delay);
     // Announces `fullBody`'s length, sends its first `bytesSent` bytes, then closes (with TLS close_notify).
     static Handler truncatedBody(std::string fullBody, std::size_t bytesSent);
     // Announces `declaredLength` bytes, sends `partialBody`, then resets the TCP connection.
@@ -97,12 +95,6 @@ public:
     // Streams `bytes` bytes of filler without ever holding them, announced by
     // Content-Length or, with announceLength false, chunked.
     static Handler hugeBody(std::size_t bytes, bool announceLength = true);
-
-    // Hostile bodies.
-    static std::string nestedJson(std::size_t depth);  // {"a":{"a":...}} `depth` objects deep
-    // Text that is not UTF-8 (a broken sequence, stray bytes, an encoded
-    // surrogate); JSON-escape-free, so it can be pasted inside a JSON string.
-    static std::string invalidUtf8Text();
 
 private:
     class Server;

@@ -7,24 +7,9 @@ FakeService::FakeService(std::string host, std::string method, std::string path)
                [this](const RecordedRequest& request, httplib::Response& response) { handle(request, response); });
 }
 
-void FakeService::scriptReply(int status, std::string body, std::string contentType) {
-    std::lock_guard lock(mutex_);
-    script_ = Reply{status, std::move(body), std::move(contentType)};
-}
-
-void FakeService::clearScript() {
-    std::lock_guard lock(mutex_);
-    script_.reset();
-}
-
 std::vector<std::string> FakeService::rejections() const {
     std::lock_guard lock(mutex_);
     return rejections_;
-}
-
-std::size_t FakeService::acceptedCount() const {
-    std::lock_guard lock(mutex_);
-    return texts_.size();
 }
 
 std::vector<std::string> FakeService::texts() const {
@@ -34,19 +19,14 @@ std::vector<std::string> FakeService::texts() const {
 
 void FakeService::handle(const RecordedRequest& request, httplib::Response& response) {
     const Verdict verdict = examine(request);
-    std::optional<Reply> reply = verdict.refusal;
     {
         std::lock_guard lock(mutex_);
-        if (reply) {
-            rejections_.push_back(verdict.reason);
-        } else {
-            texts_.push_back(verdict.text);
-            reply = script_;
-        }
+        if (verdict.refusal) rejections_.push_back(verdict.reason);
+        else texts_.push_back(verdict.text);
     }
-    if (!reply) reply = translation(request, verdict);
-    response.status = reply->status;
-    response.set_content(reply->body, reply->contentType);
+    const Reply reply = verdict.refusal ? *verdict.refusal : translation(request, verdict);
+    response.status = reply.status;
+    response.set_content(reply.body, "application/json");
 }
 
 }  // namespace tavi::test

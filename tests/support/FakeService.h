@@ -30,16 +30,9 @@ public:
     EnvVars environment() const { return routedTo({connectTo()}); }
     FakeHttpsServer& server() { return server_; }
 
-    // Accepted requests get this reply instead of a translation (for hostile
-    // replies); refused ones are still refused.
-    void scriptReply(int status, std::string body, std::string contentType = "application/json");
-    void clearScript();
-
     // One entry per refused request: why it was refused.
     std::vector<std::string> rejections() const;
-    std::size_t acceptedCount() const;
-    // The texts of accepted requests, decoded as the service decodes them
-    // (empty for fakes that do not pick the text out while examining).
+    // The texts of accepted requests, decoded as the service decodes them.
     std::vector<std::string> texts() const;
 
     static std::string translationOf(const std::string& text) { return kTranslationPrefix + text; }
@@ -47,8 +40,7 @@ public:
 protected:
     struct Reply {
         int status = 200;
-        std::string body;
-        std::string contentType = "application/json";
+        std::string body;  // JSON
     };
     // Either a refusal (with the reason for the log) or what was understood.
     struct Verdict {
@@ -78,7 +70,6 @@ private:
     std::string host_;
     FakeHttpsServer server_;
     mutable std::mutex mutex_;
-    std::optional<Reply> script_;
     std::vector<std::string> rejections_;
     std::vector<std::string> texts_;
 };

@@ -24,11 +24,6 @@ Result<HttpResponse> FakeTransport::send(const HttpRequest& request) {
     return answer;
 }
 
-std::vector<HttpRequest> FakeTransport::requests() const {
-    std::lock_guard lock(mutex_);
-    return requests_;
-}
-
 std::size_t FakeTransport::requestCount() const {
     std::lock_guard lock(mutex_);
     return requests_.size();

@@ -18,7 +18,6 @@ public:
 
     Result<HttpResponse> send(const HttpRequest& request) override;
 
-    std::vector<HttpRequest> requests() const;
     std::size_t requestCount() const;
     HttpRequest lastRequest() const;
 

@@ -23,7 +23,6 @@ public:
     PinnedEnvironment(const PinnedEnvironment&) = delete;
     PinnedEnvironment& operator=(const PinnedEnvironment&) = delete;
 
-    const ProviderEnvironment& environment() const { return environment_; }
     operator const ProviderEnvironment&() const { return environment_; }
 
 private:

@@ -11,22 +11,17 @@ namespace tavi::test {
 // process-wide: use it only while no other thread reads it.
 class ScopedEnv {
 public:
-    ScopedEnv(std::string name, std::optional<std::string> value) : name_(std::move(name)) {
+    ScopedEnv(std::string name, const std::optional<std::string>& value) : name_(std::move(name)) {
         if (const char* old = std::getenv(name_.c_str())) previous_ = old;
         apply(value);
     }
     ~ScopedEnv() { apply(previous_); }
-
     ScopedEnv(const ScopedEnv&) = delete;
     ScopedEnv& operator=(const ScopedEnv&) = delete;
 
 private:
     void apply(const std::optional<std::string>& value) const {
-        if (value) {
-            ::setenv(name_.c_str(), value->c_str(), 1);
-        } else {
-            ::unsetenv(name_.c_str());
-        }
+        value ? ::setenv(name_.c_str(), value->c_str(), 1) : ::unsetenv(name_.c_str());
     }
 
     std::string name_;

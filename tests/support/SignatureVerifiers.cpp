@@ -28,13 +28,6 @@ std::string mac(const char* digestName, std::string_view key, std::string_view d
     return std::string(reinterpret_cast<char*>(out), length);
 }
 
-int hexValue(char c) {
-    if (c >= '0' && c <= '9') return c - '0';
-    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-    return -1;
-}
-
 std::string lower(std::string_view text) {
     std::string out(text);
     std::transform(out.begin(), out.end(), out.begin(), [](unsigned char c) { return std::tolower(c); });
@@ -81,23 +74,11 @@ std::string hex(std::string_view bytes) {
 }
 
 std::string base64(std::string_view bytes) {
-    static const char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-    std::string out;
-    std::size_t i = 0;
-    for (; i + 3 <= bytes.size(); i += 3) {
-        const unsigned n = (static_cast<unsigned char>(bytes[i]) << 16) |
-                           (static_cast<unsigned char>(bytes[i + 1]) << 8) | static_cast<unsigned char>(bytes[i + 2]);
-        for (int shift = 18; shift >= 0; shift -= 6) out += kAlphabet[(n >> shift) & 63];
-    }
-    const std::size_t rest = bytes.size() - i;
-    if (rest > 0) {
-        unsigned n = static_cast<unsigned char>(bytes[i]) << 16;
-        if (rest == 2) n |= static_cast<unsigned char>(bytes[i + 1]) << 8;
-        out += kAlphabet[(n >> 18) & 63];
-        out += kAlphabet[(n >> 12) & 63];
-        out += rest == 2 ? kAlphabet[(n >> 6) & 63] : '=';
-        out += '=';
-    }
+    std::string out(4 * ((bytes.size() + 2) / 3) + 1, '\0');
+    const int length = EVP_EncodeBlock(reinterpret_cast<unsigned char*>(out.data()),
+                                       reinterpret_cast<const unsigned char*>(bytes.data()),
+                                       static_cast<int>(bytes.size()));
+    out.resize(static_cast<std::size_t>(length));
     return out;
 }
 
@@ -105,11 +86,11 @@ std::optional<std::string> percentDecode(std::string_view text, bool plusIsSpace
     std::string out;
     for (std::size_t i = 0; i < text.size(); ++i) {
         if (text[i] == '%') {
-            if (i + 2 >= text.size()) return std::nullopt;
-            const int high = hexValue(text[i + 1]);
-            const int low = hexValue(text[i + 2]);
-            if (high < 0 || low < 0) return std::nullopt;
-            out += static_cast<char>(high * 16 + low);
+            const auto isHex = [&](std::size_t at) {
+                return at < text.size() && std::isxdigit(static_cast<unsigned char>(text[at]));
+            };
+            if (!isHex(i + 1) || !isHex(i + 2)) return std::nullopt;
+            out += static_cast<char>(std::stoi(std::string(text.substr(i + 1, 2)), nullptr, 16));
             i += 2;
         } else if (text[i] == '+' && plusIsSpace) {
             out += ' ';

@@ -8,8 +8,8 @@
 
 // Signature checks written apart from the providers, the way each service
 // recomputes a signature from what reached it. They share no code with
-// src/providers: their own hex, base64, percent coding and canonical forms,
-// and OpenSSL's one-shot EVP_Q_* calls for the primitives.
+// src/providers: their own hex, percent coding and canonical forms, and
+// OpenSSL's one-shot EVP_Q_* calls and EVP_EncodeBlock for the primitives.
 namespace tavi::test::verify {
 
 using Params = std::vector<std::pair<std::string, std::string>>;

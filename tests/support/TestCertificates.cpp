@@ -4,15 +4,6 @@
 
 namespace tavi::test {
 
-const std::vector<std::string>& TestCertificates::hostNames() {
-    static const std::vector<std::string> names = {
-        "api.openai.com",        "api.anthropic.com",           "translation.googleapis.com",
-        "api-free.deepl.com",    "api.deepl.com",               "fanyi-api.baidu.com",
-        "translate.volcengineapi.com", "mt.cn-hangzhou.aliyuncs.com", "localhost",
-    };
-    return names;
-}
-
 const TestCertificates& TestCertificates::instance() {
     static const TestCertificates certificates;
     return certificates;
@@ -29,7 +20,10 @@ TestCertificates::TestCertificates() {
     untrustedKeyPath_ = at("untrusted-key.pem");
 
     std::string names = "subjectAltName=";
-    for (const auto& host : hostNames()) names += "DNS:" + host + ",";
+    for (const char* host : {"api.openai.com", "api.anthropic.com", "translation.googleapis.com", "api-free.deepl.com",
+                             "api.deepl.com", "fanyi-api.baidu.com", "translate.volcengineapi.com",
+                             "mt.cn-hangzhou.aliyuncs.com", "localhost"})
+        names += std::string("DNS:") + host + ",";
     const std::vector<std::string> serverExtensions = {"basicConstraints=critical,CA:FALSE",
                                                        "keyUsage=critical,digitalSignature",
                                                        "extendedKeyUsage=serverAuth", names + "IP:127.0.0.1"};

@@ -30,9 +30,6 @@ public:
     const std::string& untrustedCertPath() const { return untrustedCertPath_; }
     const std::string& untrustedKeyPath() const { return untrustedKeyPath_; }
 
-    // The DNS names in the server certificates.
-    static const std::vector<std::string>& hostNames();
-
     TestCertificates(const TestCertificates&) = delete;
     TestCertificates& operator=(const TestCertificates&) = delete;
 

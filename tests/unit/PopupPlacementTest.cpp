@@ -39,23 +39,18 @@ TEST(PopupPlacement, EveryEdgeOnTwoScreens) {
     }
 }
 
-TEST(PopupPlacement, GapsAndMarginGrowWithTheScreensScale) {
-    // A 1.5x panel: the popup is 600x450 there, 18 px from the pointer.
-    EXPECT_EQ(popupOrigin({500, 400}, {600, 450}, kTwoScreens, 1.5), (Point{518, 418}));
-    EXPECT_EQ(popupOrigin({1900, 1000}, {600, 450}, kTwoScreens, 1.5), (Point{1282, 532}));
-    const std::vector<ScreenInfo> narrow = {{{100, 0, 600, 800}, {110, 0, 590, 800}, true}};
-    EXPECT_EQ(popupOrigin({300, 100}, {800, 600}, narrow, 2), (Point{126, 124}));
-}
-
-TEST(PopupPlacement, FlippedLeftPastTheLeftEdgeStaysEightInside) {
-    // A screen narrower than the popup and the gaps on both sides.
+TEST(PopupPlacement, NarrowShortAndScaledScreens) {
+    // A screen narrower than the popup and the gaps on both sides: flipped
+    // left past its left edge, it stays eight pixels inside.
     const std::vector<ScreenInfo> narrow = {{{100, 0, 600, 800}, {110, 0, 590, 800}, true}};
     EXPECT_EQ(popupOrigin({300, 100}, kPopup, narrow), (Point{118, 112}));
-}
-
-TEST(PopupPlacement, TopEdgeIsNotChecked) {
+    // The top edge is not checked.
     const std::vector<ScreenInfo> shortScreen = {{{0, 0, 1000, 320}, {0, 0, 1000, 320}, true}};
     EXPECT_EQ(popupOrigin({10, 100}, kPopup, shortScreen), (Point{22, -212}));
+    // Gaps and margin grow with the scale: on a 1.5x panel the popup is 600x450, 18 px from the pointer.
+    EXPECT_EQ(popupOrigin({500, 400}, {600, 450}, kTwoScreens, 1.5), (Point{518, 418}));
+    EXPECT_EQ(popupOrigin({1900, 1000}, {600, 450}, kTwoScreens, 1.5), (Point{1282, 532}));
+    EXPECT_EQ(popupOrigin({300, 100}, {800, 600}, narrow, 2), (Point{126, 124}));
 }
 
 TEST(PopupPlacement, ScreenUnderThePointerAndNoScreenAtAll) {

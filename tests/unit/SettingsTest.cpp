@@ -114,19 +114,20 @@ TEST(AppSettings, StringLookupKeepsEmptyAndConvertsOnlyScalars) {
     EXPECT_EQ(v.baiduAppID, "有中文 and spaces ");
 }
 
+struct BooleanCase {
+    StoredValue stored;
+    bool expected;
+};
+
 TEST(AppSettings, BooleanLookupFollowsUserDefaultsSemantics) {
-    struct Case {
-        StoredValue stored;
-        bool expected;
-    };
-    const Case cases[] = {
+    const BooleanCase cases[] = {
         {StoredValue(true), true},   {StoredValue(false), false}, {integer(5), true},       {integer(0), false},
         {StoredValue(-0.5), true},   {StoredValue(0.0), false},   {text("true"), true},     {text("TRUE"), true},
         {text("yes"), true},         {text("YES"), true},         {text("1"), true},        {text("false"), false},
         {text("2"), false},          {text("abc"), false},        {text(""), false},        {text(" true"), false},
         {bytes("true"), false},      {StoredValue(std::vector<std::string>{"true"}), false},
     };
-    for (const Case& c : cases) {
+    for (const BooleanCase& c : cases) {
         Harness h({{"deepLIsPro", c.stored}, {"clipboardMonitorEnabled", c.stored}});
         EXPECT_EQ(h.settings.deepLIsPro(), c.expected) << c.stored.index();
         EXPECT_EQ(h.settings.clipboardMonitorEnabled(), c.expected);
@@ -136,16 +137,12 @@ TEST(AppSettings, BooleanLookupFollowsUserDefaultsSemantics) {
 }
 
 TEST(AppSettings, BooleanCastTakesOnlyBooleansOrTheirTextElseDefaultsToTrue) {
-    struct Case {
-        StoredValue stored;
-        bool expected;
-    };
-    const Case cases[] = {
+    const BooleanCase cases[] = {
         {StoredValue(false), false}, {text("false"), false}, {StoredValue(true), true}, {text("true"), true},
         {text("abc"), true},         {text("FALSE"), true},  {text("0"), true},         {text("no"), true},
         {integer(0), true},          {integer(5), true},     {StoredValue(0.0), true},  {bytes("false"), true},
     };
-    for (const Case& c : cases) {
+    for (const BooleanCase& c : cases) {
         Harness h({{"autoTranslateOnCopy", c.stored}, {"showPopupNearCursor", c.stored}});
         EXPECT_EQ(h.settings.autoTranslateOnCopy(), c.expected) << c.stored.index();
         EXPECT_EQ(h.settings.showPopupNearCursor(), c.expected);
@@ -172,22 +169,6 @@ TEST(AppSettings, IntegerCastKeepsAnyWholeNumberElseDefaultsToTwo) {
         Harness h({{"minTextLengthForAutoTranslate", c.stored}});
         EXPECT_EQ(h.settings.minTextLengthForAutoTranslate(), c.expected) << c.stored.index();
     }
-}
-
-// Which JSON is refused is HotkeyJson's to say; here, that a refusal means the default.
-TEST(AppSettings, HotkeysDecodeFromBytesAndFallBackPerAction) {
-    Harness h({
-        {"openTranslationWindowHotkey", bytes(R"({"keyCode":49,"modifiers":4608})")},
-        {"translateSelectedTextHotkey", bytes("not json")},
-        {"screenshotTranslationHotkey", bytes(R"({"keyCode":5})")},
-        {"toggleClipboardMonitorHotkey", text(R"({"keyCode":5,"modifiers":256})")},  // text, not data
-    });
-    AppSettings& s = h.settings;
-    EXPECT_EQ(s.openTranslationWindowHotkey(), (HotkeyShortcut{49, 0x1200}));
-    EXPECT_EQ(s.translateSelectedTextHotkey(), (HotkeyShortcut{0, 0x0800}));
-    EXPECT_EQ(s.screenshotTranslationHotkey(), (HotkeyShortcut{1, 0x0800}));
-    EXPECT_EQ(s.toggleClipboardMonitorHotkey(), (HotkeyShortcut{8, 0x0800}));
-    EXPECT_EQ(h.posts, 0);
 }
 
 TEST(AppSettings, EqualAssignmentStillWritesButIsNotAChange) {

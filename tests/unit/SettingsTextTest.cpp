@@ -18,27 +18,19 @@ AssignOutcome assign(test::SettingsHarness& h, std::string_view key, std::string
     return assignSettingText(h.settings, key, text);
 }
 
-TEST(SettingsText, KeysInDeclarationOrderAndWhichAreSecret) {
-    const std::vector<std::string_view> expected = {
-        "activeProviderID", "sourceLanguage", "targetLanguage", "openAIAPIKey", "openAIModel", "openAIBaseURL",
-        "claudeAPIKey", "claudeModel", "deepLAPIKey", "deepLIsPro", "googleAPIKey", "baiduAppID", "baiduSecretKey",
-        "aliyunAccessKeyID", "aliyunAccessKeySecret", "volcanoAccessKeyID", "volcanoSecretAccessKey",
-        "clipboardMonitorEnabled", "autoTranslateOnCopy", "showPopupNearCursor", "minTextLengthForAutoTranslate",
-        "openTranslationWindowHotkey", "translateSelectedTextHotkey", "screenshotTranslationHotkey",
-        "toggleClipboardMonitorHotkey",
-    };
-    EXPECT_EQ(settingKeys(), expected);
-    for (std::string_view key : expected) EXPECT_TRUE(isSettingKey(key)) << key;
+// The keys are the file's (FileSettingsStoreTest) and the command's (ConfigCliTest
+// pins the start of `config list`); which are secret decides what the list masks.
+TEST(SettingsText, KeysAreExactAndTheServicesSecretsAreMasked) {
+    ASSERT_EQ(settingKeys().size(), 25u);
     for (std::string_view key :
          {"", "openaiapikey", "openTranslationWindow", "activeProviderID ", "General/openAIModel"}) {
         EXPECT_FALSE(isSettingKey(key)) << key;
     }
-
     const std::vector<std::string_view> secrets = {"openAIAPIKey", "claudeAPIKey", "deepLAPIKey", "googleAPIKey",
                                                    "baiduSecretKey", "aliyunAccessKeySecret", "volcanoSecretAccessKey"};
-    for (std::string_view key : expected) {
-        const bool secret = std::find(secrets.begin(), secrets.end(), key) != secrets.end();
-        EXPECT_EQ(isSecretSetting(key), secret) << key;
+    for (std::string_view key : settingKeys()) {
+        EXPECT_TRUE(isSettingKey(key)) << key;
+        EXPECT_EQ(isSecretSetting(key), std::find(secrets.begin(), secrets.end(), key) != secrets.end()) << key;
     }
 }
 

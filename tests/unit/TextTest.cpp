@@ -78,30 +78,15 @@ TEST(Text, TrimsUnicodeWhitespaceAndLineBreaksOnly) {
     EXPECT_EQ(trimWhitespaceAndNewlines("x\xe3\x80\x80"), "x");     // U+3000 itself is trimmed
 }
 
-TEST(Text, CountsScalarValues) {
-    EXPECT_EQ(countScalarValues(""), 0u);
-    EXPECT_EQ(countScalarValues("abc"), 3u);
-    EXPECT_EQ(countScalarValues("中文"), 2u);
-    EXPECT_EQ(countScalarValues("😀"), 1u);
-    EXPECT_EQ(countScalarValues("👨‍👩‍👧"), 5u);  // three people joined by two zero-width joiners
-    EXPECT_EQ(countScalarValues("\xff\xfe"), 2u);
-}
-
+// Unicode's own cases are checked against its test file below (scripts/setup.sh
+// installs it); here a few of them, and bytes that are not UTF-8.
 TEST(Text, CountsUserPerceivedCharacters) {
     const std::pair<std::string, std::size_t> cases[] = {
         {"", 0},
-        {"e\u0301", 1},                                     // e + combining acute
         {"\U0001F468\u200D\U0001F469\u200D\U0001F467", 1},  // family joined by ZWJ
-        {"\U0001F1E8\U0001F1F3\U0001F1EF\U0001F1F5", 2},    // two flags
         {"\U0001F1E8\U0001F1F3\U0001F1EF", 2},              // a flag and a lone indicator
         {"\r\n", 1},
-        {"\n\r", 2},
-        {"한국어", 3},
-        {"\u1100\u1161\u11A8", 1},  // conjoining jamo make one syllable
-        {"中文", 2},
-        {"\U0001F44D\U0001F3FD", 1},  // emoji and skin tone
-        {"a\u200Db", 2},              // a joiner only glues pictographs
-        {"\xff\u0301", 2},           // an invalid byte stands alone, even before a mark
+        {"\xff\u0301", 2},  // an invalid byte stands alone, even before a mark
         {"\xE4\xB8", 2},
     };
     for (const auto& [text, clusters] : cases) EXPECT_EQ(countGraphemeClusters(text), clusters) << text;

@@ -10,6 +10,8 @@ packages=(
   libxcb1-dev libxcb-xfixes0-dev libxcb-xinput-dev libxcb-xtest0-dev libxcb-xkb-dev libxcb-randr0-dev
   libxkbcommon-dev libxkbcommon-x11-dev
   fonts-noto-cjk
+  # Language flags are emoji: drawn in colour, not as letters, on a fresh machine.
+  fonts-noto-color-emoji
   libgtest-dev libgmock-dev libcpp-httplib-dev
   openssl curl ca-certificates
   # The desktop tests: an X server, a window manager, a session bus and the

@@ -17,12 +17,12 @@ echo "== tests"
 ctest --test-dir "$root/build/test" --output-on-failure -j "$jobs" --timeout 600
 
 echo "== sanitizer build"
-"$root/scripts/build.sh" asan tavi_unit_tests tavi_integration_tests tavi tavi-tray tavi-desktop-helper \
-  tavi_desktop_tests
+"$root/scripts/build.sh" asan tavi_unit_tests tavi_integration_tests tavi_widget_tests tavi tavi-tray \
+  tavi-desktop-helper tavi_desktop_tests
 echo "== tests under AddressSanitizer + UndefinedBehaviorSanitizer"
 export UBSAN_OPTIONS="print_stacktrace=1:halt_on_error=1"
 ASAN_OPTIONS="detect_leaks=1:abort_on_error=1:strict_string_checks=1" \
-  ctest --test-dir "$root/build/asan" --output-on-failure -j "$jobs" --timeout 600 -L 'unit|integration'
+  ctest --test-dir "$root/build/asan" --output-on-failure -j "$jobs" --timeout 600 -L 'unit|integration|widget'
 # libxkbcommon-x11 (under Qt) copies names with strndup from buffers that
 # hold exactly that many bytes, which strict string checks report.
 ASAN_OPTIONS="detect_leaks=1:abort_on_error=1" \

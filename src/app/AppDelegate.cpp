@@ -121,8 +121,15 @@ void AppDelegate::followClipboardMonitorSetting() {
     else deps_.clipboardMonitor.stop();
 }
 
+void AppDelegate::setHotkeysSuspended(bool suspended) {
+    if (hotkeysSuspended_ == suspended) return;
+    hotkeysSuspended_ = suspended;
+    registerHotkeys();
+}
+
 void AppDelegate::registerHotkeys() {
     deps_.hotkeys.unregisterAll();
+    if (hotkeysSuspended_) return;
     static constexpr void (AppDelegate::*kActions[])() = {
         &AppDelegate::openDirectTranslation,
         &AppDelegate::translateSelectedText,

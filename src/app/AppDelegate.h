@@ -74,6 +74,11 @@ public:
     void startScreenshot();
     void toggleClipboardMonitor();
     void registerHotkeys();
+    // While a shortcut is recorded in the settings window the global hotkeys
+    // are let go, so that pressing the current combination records it
+    // rather than running its action; a change of the hotkeys meanwhile is
+    // registered when the suspension ends.
+    void setHotkeysSuspended(bool suspended);
 
 private:
     // Starts or stops the monitor to match the setting.
@@ -82,6 +87,7 @@ private:
     void later(void (AppDelegate::*action)());
 
     Dependencies deps_;
+    bool hotkeysSuspended_ = false;
     Subscription hotkeysObserver_;
     Subscription settingsObserver_;
     std::shared_ptr<AppDelegate*> self_;

@@ -2,14 +2,17 @@
 
 #include <QCoreApplication>
 
+#include "app/DirectTranslationWindow.h"
 #include "app/Log.h"
+#include "app/SettingsWindow.h"
+#include "app/ShowWindow.h"
 #include "app/TranslationPopupWindow.h"
 #include "app/TrayIcon.h"
 
 namespace tavi {
 
-QtShellUi::QtShellUi(DesktopPlatform& desktop, std::function<void()> quit)
-    : desktop_(desktop), quit_(std::move(quit)) {}
+QtShellUi::QtShellUi(DesktopPlatform& desktop, std::function<void()> quit, WindowServices windows)
+    : desktop_(desktop), quit_(std::move(quit)), windows_(std::move(windows)) {}
 
 QtShellUi::~QtShellUi() = default;
 
@@ -27,10 +30,14 @@ void QtShellUi::showPopup(const TranslationResult& result, Point pointer) {
 }
 
 void QtShellUi::showDirectTranslationWindow() {
-    logLine("The translation window is not part of this version yet.");
+    if (!direct_) direct_ = std::make_unique<DirectTranslationWindow>(windows_);
+    showWindow(*direct_);
 }
 
-void QtShellUi::showSettingsWindow() { logLine("The settings window is not part of this version yet."); }
+void QtShellUi::showSettingsWindow() {
+    if (!settings_) settings_ = std::make_unique<SettingsWindow>(windows_);
+    showWindow(*settings_);
+}
 
 void QtShellUi::startScreenshot() { logLine("Screenshot translation is not part of this version yet."); }
 

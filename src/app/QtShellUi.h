@@ -4,10 +4,13 @@
 #include <memory>
 
 #include "app/ShellUi.h"
+#include "app/WindowServices.h"
 #include "platform/DesktopPlatform.h"
 
 namespace tavi {
 
+class DirectTranslationWindow;
+class SettingsWindow;
 class TrayIcon;
 class TranslationPopupWindow;
 
@@ -16,7 +19,7 @@ class TranslationPopupWindow;
 class QtShellUi final : public ShellUi {
 public:
     // `quit` ends the application (see main).
-    QtShellUi(DesktopPlatform& desktop, std::function<void()> quit);
+    QtShellUi(DesktopPlatform& desktop, std::function<void()> quit, WindowServices windows);
     ~QtShellUi() override;
 
     bool installStatusItem(std::function<std::vector<MenuEntry>()> entries,
@@ -32,6 +35,10 @@ private:
     std::function<void()> quit_;
     std::unique_ptr<TrayIcon> tray_;
     std::unique_ptr<TranslationPopupWindow> popup_;
+    WindowServices windows_;
+    // Created on first use: they cost nothing at start.
+    std::unique_ptr<SettingsWindow> settings_;
+    std::unique_ptr<DirectTranslationWindow> direct_;
 };
 
 }  // namespace tavi

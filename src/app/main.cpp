@@ -116,7 +116,10 @@ int main(int argc, char** argv) {
                                               delegate->translateAndShow(std::move(text));
                                       });
     SelectedTextCapture capture(desktop.selection(), desktop.clipboard(), desktop.keySender(), loop);
-    QtShellUi ui(desktop, [&quit] { quit(); });
+    QtShellUi ui(desktop, [&quit] { quit(); },
+                 {settings, TranslationService::shared(), desktop, [](bool suspended) {
+                      if (AppDelegate* delegate = AppDelegate::shared()) delegate->setHotkeysSuspended(suspended);
+                  }});
     // The report is prepared here, where the settings live, and sent from a
     // worker: the tray never waits for it.
     const auto startupReport = [&settings, &background, &loop](auto done) {

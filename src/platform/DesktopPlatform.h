@@ -18,6 +18,14 @@ namespace tavi {
 
 class EventLoop;
 
+// What Tavi can do with other programs' text in this session.
+struct CaptureAbilities {
+    bool readsSelection = false;     // the text selected in other programs
+    bool sendsCopyShortcut = false;  // the copy fallback's synthetic Control+C
+    // A Wayland session seen through XWayland: both reach X11 programs only.
+    bool throughXWayland = false;
+};
+
 // One desktop backend: everything Tavi needs from the desktop, one small
 // interface per concern. A new desktop is a new folder under src/platform
 // implementing this, and a line in openDesktopPlatform().
@@ -35,6 +43,7 @@ public:
     virtual MouseDownMonitor& mouseDownMonitor() = 0;
     // Whether a compositor draws translucent windows (rounded corners, fades).
     virtual bool hasCompositor() = 0;
+    virtual CaptureAbilities captureAbilities() = 0;
 };
 
 struct DesktopPlatformResult {

@@ -41,6 +41,12 @@ std::vector<DummyShortcuts::Grab> DummyShortcuts::grabs() const {
     return list;
 }
 
+std::optional<std::uint32_t> DummyKeyboardLayout::keyPosition(std::uint32_t nativeKeyCode) {
+    auto found = positions.find(nativeKeyCode);
+    if (found == positions.end()) return std::nullopt;
+    return found->second;
+}
+
 std::optional<std::string> DummyKeyboardLayout::keyName(std::uint32_t keyCode) {
     auto found = names.find(keyCode);
     if (found == names.end()) return std::nullopt;

@@ -50,7 +50,9 @@ private:
 class DummyKeyboardLayout final : public KeyboardLayout {
 public:
     std::optional<std::string> keyName(std::uint32_t keyCode) override;
+    std::optional<std::uint32_t> keyPosition(std::uint32_t nativeKeyCode) override;
     std::map<std::uint32_t, std::string> names;
+    std::map<std::uint32_t, std::uint32_t> positions;  // native key code -> stored position
 };
 
 class DummyClipboard final : public Clipboard {
@@ -144,6 +146,7 @@ public:
     Screens& screens() override { return screensBackend; }
     MouseDownMonitor& mouseDownMonitor() override { return mouseBackend; }
     bool hasCompositor() override { return compositor; }
+    CaptureAbilities captureAbilities() override { return abilities; }
 
     DummyShortcuts shortcutsBackend;
     DummyKeyboardLayout layoutBackend;
@@ -153,6 +156,7 @@ public:
     DummyScreens screensBackend;
     DummyMouseDownMonitor mouseBackend;
     bool compositor = false;
+    CaptureAbilities abilities{true, true, false};
 };
 
 }  // namespace tavi::dummy

@@ -42,4 +42,10 @@ std::optional<std::uint8_t> xKeyCodeForPosition(std::uint32_t position) {
 }
 
 
+std::optional<std::uint32_t> positionForXKeyCode(std::uint32_t xKeyCode) {
+    for (const auto& [stored, input] : kPositions)
+        if (static_cast<std::uint32_t>(input + kEvdevOffset) == xKeyCode) return stored;
+    return std::nullopt;
+}
+
 }  // namespace tavi::x11

@@ -12,4 +12,8 @@ namespace tavi::x11 {
 
 std::optional<std::uint8_t> xKeyCodeForPosition(std::uint32_t position);
 
+// The reverse: the stored position of an X key code, for the shortcut
+// recorder; nothing for a key without one.
+std::optional<std::uint32_t> positionForXKeyCode(std::uint32_t xKeyCode);
+
 }  // namespace tavi::x11

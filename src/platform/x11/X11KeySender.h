@@ -14,6 +14,8 @@ class X11KeySender final : public KeySender {
 public:
     X11KeySender(X11Connection& connection, X11Keyboard& keyboard, X11Shortcuts& shortcuts);
     bool focusedApplicationCopies() override;
+    // Whether the X server takes synthetic key presses (XTest).
+    bool available() const { return available_; }
     void sendCopy(std::function<void()> sent) override;
 
 private:

@@ -134,6 +134,10 @@ std::optional<std::string> X11Keyboard::keyName(std::uint32_t keyCode) {
     return std::string(text, static_cast<std::size_t>(length));
 }
 
+std::optional<std::uint32_t> X11Keyboard::keyPosition(std::uint32_t nativeKeyCode) {
+    return positionForXKeyCode(nativeKeyCode);
+}
+
 std::optional<std::uint8_t> X11Keyboard::keyCodeFor(xkb_keysym_t keysym) const {
     if (!keymap_ || !state_) return std::nullopt;
     const xkb_layout_index_t layout = xkb_state_serialize_layout(state_, XKB_STATE_LAYOUT_EFFECTIVE);

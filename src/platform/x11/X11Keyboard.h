@@ -43,6 +43,7 @@ public:
     X11Keyboard& operator=(const X11Keyboard&) = delete;
 
     std::optional<std::string> keyName(std::uint32_t keyCode) override;
+    std::optional<std::uint32_t> keyPosition(std::uint32_t nativeKeyCode) override;
 
     const ModifierMasks& masks() const { return masks_; }
     // A key that types `keysym` in the current layout without modifiers.

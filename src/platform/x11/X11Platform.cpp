@@ -1,5 +1,8 @@
 #include "platform/x11/X11Platform.h"
 
+#include <cstdlib>
+#include <cstring>
+
 namespace tavi::x11 {
 
 X11Platform::X11Platform(std::unique_ptr<X11Connection> connection)
@@ -12,5 +15,12 @@ X11Platform::X11Platform(std::unique_ptr<X11Connection> connection)
       keySender_(*connection_, keyboard_, shortcuts_),
       screens_(*connection_),
       mouse_(*connection_) {}
+
+CaptureAbilities X11Platform::captureAbilities() {
+    const char* wayland = std::getenv("WAYLAND_DISPLAY");
+    const char* session = std::getenv("XDG_SESSION_TYPE");
+    const bool throughXWayland = (wayland && *wayland) || (session && std::strcmp(session, "wayland") == 0);
+    return {true, keySender_.available(), throughXWayland};
+}
 
 }  // namespace tavi::x11

@@ -28,6 +28,7 @@ public:
     Screens& screens() override { return screens_; }
     MouseDownMonitor& mouseDownMonitor() override { return mouse_; }
     bool hasCompositor() override { return connection_->hasCompositor(); }
+    CaptureAbilities captureAbilities() override;
 
 private:
     std::unique_ptr<X11Connection> connection_;

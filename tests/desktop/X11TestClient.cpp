@@ -112,7 +112,7 @@ bool X11TestClient::isViewable(xcb_window_t window) {
     return reply && reply->map_state == XCB_MAP_STATE_VIEWABLE;
 }
 
-std::optional<xcb_window_t> X11TestClient::findWindow(const std::string& className) {
+std::optional<xcb_window_t> X11TestClient::findWindow(const std::string& className, const std::string& title) {
     // Client windows sit at the top or one level down, in the window
     // manager's frame.
     std::vector<xcb_window_t> pending{root_};
@@ -129,13 +129,32 @@ std::optional<xcb_window_t> X11TestClient::findWindow(const std::string& classNa
                 const std::size_t split = wmClass.find('\0');
                 const std::string classPart =
                     split == std::string::npos ? "" : wmClass.substr(split + 1, wmClass.find('\0', split + 1) - split - 1);
-                if (classPart == className && isViewable(children[i])) return children[i];
+                if (classPart == className && isViewable(children[i]) &&
+                    (title.empty() || property(children[i], "_NET_WM_NAME") == title))
+                    return children[i];
                 next.push_back(children[i]);
             }
         }
         pending = std::move(next);
     }
     return std::nullopt;
+}
+
+void X11TestClient::moveWindow(xcb_window_t window, Point to) {
+    xcb_client_message_event_t message{};
+    message.response_type = XCB_CLIENT_MESSAGE;
+    message.format = 32;
+    message.window = window;
+    message.type = atom("_NET_MOVERESIZE_WINDOW");
+    // Static gravity (the client's own corner), x and y given, from a pager
+    // or user tool.
+    message.data.data32[0] = 10 | (1 << 8) | (1 << 9) | (2 << 12);
+    message.data.data32[1] = static_cast<std::uint32_t>(to.x);
+    message.data.data32[2] = static_cast<std::uint32_t>(to.y);
+    xcb_send_event(connection_, 0, root_,
+                   XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
+                   reinterpret_cast<const char*>(&message));
+    xcb_flush(connection_);
 }
 
 std::optional<Rect> X11TestClient::geometry(xcb_window_t window) {

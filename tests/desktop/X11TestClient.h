@@ -48,8 +48,12 @@ public:
     xcb_window_t inputFocus();
     // Whether the keyboard focus is on `window` or a window inside it.
     bool isFocusedWithin(xcb_window_t window);
-    // A viewable top-level client window whose WM_CLASS class is `className`.
-    std::optional<xcb_window_t> findWindow(const std::string& className);
+    // A viewable top-level client window whose WM_CLASS class is `className`
+    // and, when `title` is given, whose _NET_WM_NAME is `title`.
+    std::optional<xcb_window_t> findWindow(const std::string& className, const std::string& title = {});
+    // Asks the window manager to move a client window, as the user does by
+    // dragging its title bar.
+    void moveWindow(xcb_window_t window, Point to);
     bool isViewable(xcb_window_t window);
     std::optional<Rect> geometry(xcb_window_t window);
     std::string property(xcb_window_t window, const std::string& name);

@@ -157,6 +157,18 @@ void X11TestClient::moveWindow(xcb_window_t window, Point to) {
     xcb_flush(connection_);
 }
 
+void X11TestClient::closeWindow(xcb_window_t window) {
+    xcb_client_message_event_t message{};
+    message.response_type = XCB_CLIENT_MESSAGE;
+    message.format = 32;
+    message.window = window;
+    message.type = atom("WM_PROTOCOLS");
+    message.data.data32[0] = atom("WM_DELETE_WINDOW");
+    message.data.data32[1] = XCB_CURRENT_TIME;
+    xcb_send_event(connection_, 0, window, XCB_EVENT_MASK_NO_EVENT, reinterpret_cast<const char*>(&message));
+    xcb_flush(connection_);
+}
+
 std::optional<Rect> X11TestClient::geometry(xcb_window_t window) {
     Freed<xcb_get_geometry_reply_t> size{xcb_get_geometry_reply(connection_, xcb_get_geometry(connection_, window), nullptr)};
     Freed<xcb_translate_coordinates_reply_t> position{xcb_translate_coordinates_reply(

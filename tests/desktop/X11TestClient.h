@@ -54,6 +54,8 @@ public:
     // Asks the window manager to move a client window, as the user does by
     // dragging its title bar.
     void moveWindow(xcb_window_t window, Point to);
+    // Asks a client window to close, as its title bar's close button does.
+    void closeWindow(xcb_window_t window);
     bool isViewable(xcb_window_t window);
     std::optional<Rect> geometry(xcb_window_t window);
     std::string property(xcb_window_t window, const std::string& name);

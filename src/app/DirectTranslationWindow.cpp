@@ -142,14 +142,7 @@ DirectTranslationWindow::DirectTranslationWindow(WindowServices services)
     status_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
     copy_->setObjectName(QStringLiteral("copy"));
     copy_->setAccessibleName(QStringLiteral("复制译文"));
-    // As wide as the wider of its two texts, so that "已复制" moves nothing.
     copy_->setIconSize(QSize(16, 16));
-    int copyWidth = 0;
-    for (bool copied : {true, false}) {
-        setCopied(copied);
-        copyWidth = std::max(copyWidth, copy_->sizeHint().width());
-    }
-    copy_->setMinimumWidth(copyWidth);
 
     typingPause_->setSingleShot(true);
     typingPause_->setInterval(kTypingPause);
@@ -208,6 +201,13 @@ DirectTranslationWindow::DirectTranslationWindow(WindowServices services)
     settingsObservation_ = services_.settings.observe([this](std::string_view key) { settingsChanged(key); });
     showSettingsLanguages();
     applyTheme();
+    // As wide as the wider of its two texts, so that "已复制" moves nothing.
+    int copyWidth = 0;
+    for (bool copied : {true, false}) {
+        setCopied(copied);
+        copyWidth = std::max(copyWidth, copy_->sizeHint().width());
+    }
+    copy_->setMinimumWidth(copyWidth);
     refresh();
     source_->setFocus();
 }
@@ -390,9 +390,7 @@ void DirectTranslationWindow::copy() {
 void DirectTranslationWindow::setCopied(bool copied) {
     copied_ = copied;
     copy_->setText(copied ? QStringLiteral("已复制") : QStringLiteral("复制(&C)"));
-    const QPalette& colours = palette();
-    copy_->setIcon(popupIcon(copied ? PopupSymbol::checkmark : PopupSymbol::copy,
-                             copied ? style::success(colours) : colours.color(QPalette::ButtonText)));
+    copy_->setIcon(copied ? copiedIcon_ : copyIcon_);
 }
 
 void DirectTranslationWindow::changeEvent(QEvent* event) {
@@ -424,6 +422,12 @@ void DirectTranslationWindow::applyTheme() {
     hint_->setStyleSheet(caption);
     status_->setStyleSheet(caption);
     swap_->setIcon(swapIcon(colours));
+    // Drawn once per theme: every fresh icon would leave its pixmaps in Qt's
+    // process-wide pixmap cache.
+    copyIcon_ = popupIcon(PopupSymbol::copy, colours.color(QPalette::Active, QPalette::ButtonText));
+    const QIcon dimmed = popupIcon(PopupSymbol::copy, colours.color(QPalette::Disabled, QPalette::ButtonText));
+    for (const QSize& size : dimmed.availableSizes()) copyIcon_.addPixmap(dimmed.pixmap(size), QIcon::Disabled);
+    copiedIcon_ = popupIcon(PopupSymbol::checkmark, style::success(colours));
     setCopied(copied_);
     applyingTheme_ = false;
 }

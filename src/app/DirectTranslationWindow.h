@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QIcon>
 #include <QString>
 #include <QWidget>
 
@@ -95,6 +96,8 @@ private:
     QPushButton* copy_;
     QPlainTextEdit* output_;
     QTimer* typingPause_;
+    QIcon copyIcon_;
+    QIcon copiedIcon_;
 
     // Every request gets the next generation; an answer counts only while
     // its generation is still the latest, so a slow older request can never

@@ -79,6 +79,10 @@ TEST_F(TrayDesktopTest, InATerminalTheHotkeySendsNoKeyAndInterruptsNothing) {
     xcb_set_selection_owner(x.raw(), XCB_WINDOW_NONE, XCB_ATOM_PRIMARY, XCB_CURRENT_TIME);
     auto tray = startTavi();
     x.chord({XKey::altLeft, XKey::a});
+    // Questions Tavi's main thread answers: by then it has dealt with the
+    // hotkey, before the editor below takes the focus.
+    ASSERT_TRUE(tray->started());
+    ASSERT_TRUE(tray->started());
 
     // Then an editor, which does copy on Control+C: its popup comes after the
     // terminal's hotkey has been dealt with, whatever that did.

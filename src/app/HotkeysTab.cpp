@@ -1,9 +1,104 @@
 #include "app/HotkeysTab.h"
 
-namespace tavi {
+#include <QLabel>
+#include <QPushButton>
+#include <QVBoxLayout>
 
-HotkeysTab::HotkeysTab(WindowServices services, QWidget* parent) : QWidget(parent), services_(std::move(services)) {}
+#include "app/FormCard.h"
+#include "app/HotkeyRecorder.h"
+#include "app/WindowStyle.h"
+#include "platform/DesktopPlatform.h"
+#include "settings/AppSettings.h"
+#include "settings/HotkeyModel.h"
+
+namespace tavi {
+namespace {
+
+QString qt(std::string_view text) { return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size())); }
+
+ToneLabel* makeNote(ToneLabel::Tone tone, const char* objectName) {
+    auto* label = new ToneLabel(tone);
+    label->setObjectName(QString::fromLatin1(objectName));
+    label->setWordWrap(true);
+    label->setTextFormat(Qt::PlainText);
+    // Appearing and going, it does not move the button below.
+    QSizePolicy policy = label->sizePolicy();
+    policy.setRetainSizeWhenHidden(true);
+    label->setSizePolicy(policy);
+    return label;
+}
+
+}  // namespace
+
+HotkeysTab::HotkeysTab(WindowServices services, QWidget* parent) : QWidget(parent), services_(std::move(services)) {
+    setObjectName(QStringLiteral("hotkeysTab"));
+
+    auto* rows = new FormCard;
+    for (HotkeyAction action : allHotkeyActions()) {
+        auto* recorder = new HotkeyRecorder(action, services_.desktop.keyboardLayout(), services_.suspendHotkeys);
+        recorders_[static_cast<std::size_t>(action)] = recorder;
+        rows->addLabeledRow(qt(title(action)), recorder);
+        connect(recorder, &HotkeyRecorder::shortcutRecorded, this,
+                [this, action](HotkeyShortcut candidate) { record(action, candidate); });
+        connect(recorder, &HotkeyRecorder::keyRefused, this,
+                [this] { showMessage(QStringLiteral("无法识别这个按键，请换一个。")); });
+        connect(recorder, &HotkeyRecorder::recordingChanged, this, [this](bool recording) {
+            // Shown while any recorder listens; one stops before the next starts.
+            hint_->setVisible(recording);
+        });
+    }
+
+    hint_ = makeNote(style::secondaryText, "recorderHint");
+    hint_->setText(qt(kHotkeyRecorderHint));
+    hint_->hide();
+    message_ = makeNote(style::failure, "hotkeyMessage");
+    message_->hide();
+
+    restore_ = new QPushButton(QStringLiteral("恢复默认快捷键"));
+    restore_->setObjectName(QStringLiteral("restoreDefaults"));
+    restore_->setAccessibleName(restore_->text());
+    restore_->setAutoDefault(false);
+    connect(restore_, &QPushButton::clicked, this, [this] {
+        restoreDefaultHotkeys(services_.settings);
+        showMessage(QString());
+    });
+
+    auto* buttonRow = new QHBoxLayout;
+    buttonRow->addWidget(restore_);
+    buttonRow->addStretch(1);
+
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(style::kMargin, style::kMargin, style::kMargin, style::kMargin);
+    layout->setSpacing(style::kSpacing);
+    layout->addWidget(rows);
+    layout->addWidget(hint_);
+    layout->addWidget(message_);
+    layout->addLayout(buttonRow);
+    layout->addStretch(1);
+
+    followSettings();
+    settingsChanges_ = services_.settings.observe([this](std::string_view) { followSettings(); });
+}
 
 HotkeysTab::~HotkeysTab() = default;
+
+void HotkeysTab::record(HotkeyAction action, HotkeyShortcut candidate) {
+    const std::optional<std::string> refusal = assignHotkeyIfAccepted(services_.settings, action, candidate);
+    showMessage(refusal ? qt(*refusal) : QString());
+    // An accepted shortcut equal to the old one changes nothing to observe.
+    followSettings();
+}
+
+void HotkeysTab::showMessage(const QString& message) {
+    message_->setText(message);
+    message_->setVisible(!message.isEmpty());
+}
+
+void HotkeysTab::followSettings() {
+    for (HotkeyRecorder* recorder : recorders_) {
+        const HotkeyShortcut current = services_.settings.hotkey(recorder->action());
+        if (recorder->shortcut() != current) recorder->setShortcut(current);
+    }
+}
 
 }  // namespace tavi

@@ -31,7 +31,7 @@ protected:
 }  // namespace
 
 FormCard::FormCard(QWidget* parent) : QFrame(parent), rows_(new QVBoxLayout(this)) {
-    rows_->setContentsMargins(0, 0, 0, 0);
+    rows_->setContentsMargins(1, 1, 1, 1);  // inside the border
     rows_->setSpacing(0);
 }
 
@@ -61,6 +61,14 @@ void FormCard::paintEvent(QPaintEvent*) {
     painter.setPen(QPen(style::hairline(palette()), 1));
     painter.setBrush(style::cardBackground(palette()));
     painter.drawRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), style::kCornerRadius, style::kCornerRadius);
+}
+
+void keepWrappedTextWhole(QWidget* page, const QEvent* event) {
+    if (event->type() != QEvent::Resize && event->type() != QEvent::LayoutRequest) return;
+    QLayout* layout = page->layout();
+    if (!layout || !layout->hasHeightForWidth()) return;
+    const int needed = layout->totalHeightForWidth(page->width());
+    if (needed > 0 && needed != page->minimumHeight()) page->setMinimumHeight(needed);
 }
 
 ToneLabel::ToneLabel(Tone tone, QWidget* parent) : QLabel(parent), tone_(tone) { applyTone(); }

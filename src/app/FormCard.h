@@ -28,6 +28,11 @@ private:
     QVBoxLayout* rows_;
 };
 
+// Keeps `page` at least as tall as its layout needs at its current width,
+// so that wrapped paragraphs are never cut when the window is narrow: call
+// it from the page's event() for every event.
+void keepWrappedTextWhole(QWidget* page, const QEvent* event);
+
 // A label in one of the palette-aware tones of WindowStyle (secondary text,
 // failure, ...), kept when the desktop switches between light and dark.
 class ToneLabel final : public QLabel {

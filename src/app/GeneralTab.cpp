@@ -238,4 +238,10 @@ void GeneralTab::showEvent(QShowEvent* event) {
     showCaptureAbilities();
 }
 
+bool GeneralTab::event(QEvent* event) {
+    const bool handled = QWidget::event(event);
+    keepWrappedTextWhole(this, event);
+    return handled;
+}
+
 }  // namespace tavi

@@ -29,6 +29,7 @@ public:
     ~GeneralTab() override;
 
 protected:
+    bool event(QEvent* event) override;
     void showEvent(QShowEvent* event) override;
 
 private:

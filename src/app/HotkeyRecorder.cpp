@@ -2,6 +2,8 @@
 
 #include <QFocusEvent>
 #include <QKeyEvent>
+#include <QStyle>
+#include <QStyleOptionButton>
 
 #include <algorithm>
 #include <initializer_list>
@@ -218,12 +220,17 @@ void HotkeyRecorder::refresh() {
 }
 
 QSize HotkeyRecorder::sizeHint() const {
-    // As wide as the longest text it shows, so that it keeps its width.
-    QSize size = QPushButton::sizeHint();
-    const int padding = size.width() - fontMetrics().horizontalAdvance(text());
+    // As wide as the longest text it shows, so that it keeps its width and
+    // the recorders of all rows line up.
+    QStyleOptionButton option;
+    initStyleOption(&option);
+    int widest = fontMetrics().horizontalAdvance(text());
     for (const QString& sample : {kListening, QStringLiteral("⌃⌥⇧⌘Space")})
-        size.setWidth(std::max(size.width(), padding + fontMetrics().horizontalAdvance(sample)));
-    return size;
+        widest = std::max(widest, fontMetrics().horizontalAdvance(sample));
+    const QSize plain = QPushButton::sizeHint();
+    const QSize contents(widest + 2 * style::kSpacing, fontMetrics().height());
+    const int width = style()->sizeFromContents(QStyle::CT_PushButton, &option, contents, this).width();
+    return {std::max(width, plain.width()), plain.height()};
 }
 
 }  // namespace tavi

@@ -16,15 +16,13 @@ namespace {
 
 QString qt(std::string_view text) { return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size())); }
 
+const QString kIdleHint = QStringLiteral("点击快捷键即可录制新的组合键，按 Esc 取消。");
+
 ToneLabel* makeNote(ToneLabel::Tone tone, const char* objectName) {
     auto* label = new ToneLabel(tone);
     label->setObjectName(QString::fromLatin1(objectName));
     label->setWordWrap(true);
     label->setTextFormat(Qt::PlainText);
-    // Appearing and going, it does not move the button below.
-    QSizePolicy policy = label->sizePolicy();
-    policy.setRetainSizeWhenHidden(true);
-    label->setSizePolicy(policy);
     return label;
 }
 
@@ -42,15 +40,11 @@ HotkeysTab::HotkeysTab(WindowServices services, QWidget* parent) : QWidget(paren
                 [this, action](HotkeyShortcut candidate) { record(action, candidate); });
         connect(recorder, &HotkeyRecorder::keyRefused, this,
                 [this] { showMessage(QStringLiteral("无法识别这个按键，请换一个。")); });
-        connect(recorder, &HotkeyRecorder::recordingChanged, this, [this](bool recording) {
-            // Shown while any recorder listens; one stops before the next starts.
-            hint_->setVisible(recording);
-        });
+        connect(recorder, &HotkeyRecorder::recordingChanged, this, [this](bool recording) { showHint(recording); });
     }
 
     hint_ = makeNote(style::secondaryText, "recorderHint");
-    hint_->setText(qt(kHotkeyRecorderHint));
-    hint_->hide();
+    showHint(false);
     message_ = makeNote(style::failure, "hotkeyMessage");
     message_->hide();
 
@@ -73,8 +67,10 @@ HotkeysTab::HotkeysTab(WindowServices services, QWidget* parent) : QWidget(paren
     layout->addWidget(rows);
     layout->addWidget(hint_);
     layout->addWidget(message_);
-    layout->addLayout(buttonRow);
+    // The button stays at the foot of the tab, where the hint and the
+    // message coming and going do not move it.
     layout->addStretch(1);
+    layout->addLayout(buttonRow);
 
     followSettings();
     settingsChanges_ = services_.settings.observe([this](std::string_view) { followSettings(); });
@@ -89,6 +85,11 @@ void HotkeysTab::record(HotkeyAction action, HotkeyShortcut candidate) {
     followSettings();
 }
 
+void HotkeysTab::showHint(bool recording) {
+    // One recorder stops listening before the next one starts.
+    hint_->setText(recording ? qt(kHotkeyRecorderHint) : kIdleHint);
+}
+
 void HotkeysTab::showMessage(const QString& message) {
     message_->setText(message);
     message_->setVisible(!message.isEmpty());
@@ -99,6 +100,12 @@ void HotkeysTab::followSettings() {
         const HotkeyShortcut current = services_.settings.hotkey(recorder->action());
         if (recorder->shortcut() != current) recorder->setShortcut(current);
     }
+}
+
+bool HotkeysTab::event(QEvent* event) {
+    const bool handled = QWidget::event(event);
+    keepWrappedTextWhole(this, event);
+    return handled;
 }
 
 }  // namespace tavi

@@ -23,8 +23,12 @@ public:
     explicit HotkeysTab(WindowServices services, QWidget* parent = nullptr);
     ~HotkeysTab() override;
 
+protected:
+    bool event(QEvent* event) override;
+
 private:
     void record(HotkeyAction action, HotkeyShortcut candidate);
+    void showHint(bool recording);
     void showMessage(const QString& message);
     void followSettings();
 

@@ -82,30 +82,30 @@ GeneralTab::GeneralTab(WindowServices services, Autostart autostart, QWidget* pa
     : QWidget(parent), services_(std::move(services)), autostart_(std::move(autostart)) {
     setObjectName(QStringLiteral("generalTab"));
     buildLayout();
-    AppSettings& settings = services_.settings;
+    AppSettings* settings = &services_.settings;
 
-    connect(provider_, &QComboBox::currentIndexChanged, this, [this, &settings] {
-        if (provider_->currentIndex() >= 0) settings.setActiveProviderID(provider_->currentData().toString().toStdString());
+    connect(provider_, &QComboBox::currentIndexChanged, this, [this, settings] {
+        if (provider_->currentIndex() >= 0) settings->setActiveProviderID(provider_->currentData().toString().toStdString());
     });
-    const auto connectLanguage = [this](QComboBox* picker, void (AppSettings::*set)(Language)) {
-        connect(picker, &QComboBox::currentIndexChanged, this, [this, picker, set] {
+    const auto connectLanguage = [this, settings](QComboBox* picker, void (AppSettings::*set)(Language)) {
+        connect(picker, &QComboBox::currentIndexChanged, this, [settings, picker, set] {
             if (const auto language = languageFromRawValue(picker->currentData().toString().toStdString()))
-                (services_.settings.*set)(*language);
+                (settings->*set)(*language);
         });
     };
     connectLanguage(sourceLanguage_, &AppSettings::setSourceLanguage);
     connectLanguage(targetLanguage_, &AppSettings::setTargetLanguage);
-    connect(popupNearCursor_, &QCheckBox::toggled, this, [&settings](bool on) { settings.setShowPopupNearCursor(on); });
+    connect(popupNearCursor_, &QCheckBox::toggled, this, [settings](bool on) { settings->setShowPopupNearCursor(on); });
     // The application starts or stops the monitor when this setting changes.
     connect(clipboardMonitor_, &QCheckBox::toggled, this,
-            [&settings](bool on) { settings.setClipboardMonitorEnabled(on); });
-    connect(autoTranslate_, &QCheckBox::toggled, this, [&settings](bool on) { settings.setAutoTranslateOnCopy(on); });
+            [settings](bool on) { settings->setClipboardMonitorEnabled(on); });
+    connect(autoTranslate_, &QCheckBox::toggled, this, [settings](bool on) { settings->setAutoTranslateOnCopy(on); });
     connect(minLength_, &QSpinBox::valueChanged, this,
-            [&settings](int value) { settings.setMinTextLengthForAutoTranslate(value); });
+            [settings](int value) { settings->setMinTextLengthForAutoTranslate(value); });
     connect(launchAtLogin_, &QCheckBox::toggled, this, [this](bool on) { setAutostart(on); });
 
     followSettings();
-    settingsChanges_ = settings.observe([this](std::string_view) { followSettings(); });
+    settingsChanges_ = settings->observe([this](std::string_view) { followSettings(); });
     showCaptureAbilities();
     showAutostart();
 }

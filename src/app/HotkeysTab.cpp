@@ -76,7 +76,11 @@ HotkeysTab::HotkeysTab(WindowServices services, QWidget* parent) : QWidget(paren
     settingsChanges_ = services_.settings.observe([this](std::string_view) { followSettings(); });
 }
 
-HotkeysTab::~HotkeysTab() = default;
+HotkeysTab::~HotkeysTab() {
+    // Destroying the widgets below takes the focus from a listening
+    // recorder, which stops it: too late to tell this tab.
+    for (HotkeyRecorder* recorder : recorders_) disconnect(recorder, nullptr, this, nullptr);
+}
 
 void HotkeysTab::record(HotkeyAction action, HotkeyShortcut candidate) {
     const std::optional<std::string> refusal = assignHotkeyIfAccepted(services_.settings, action, candidate);

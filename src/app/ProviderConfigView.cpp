@@ -150,8 +150,7 @@ QWidget* ProviderConfigView::makeControl(const ProviderField& field) {
         auto* toggle = new QCheckBox(qt(field.text), this);
         toggle->setAccessibleName(toggle->text());
         toggle->setAccessibleDescription(qt(field.title));
-        connect(toggle, &QCheckBox::toggled, this,
-                [this, &field](bool on) { (settings_.*settingProperty<bool>(field).setter)(on); });
+        connect(toggle, &QCheckBox::toggled, this, [this, f = &field](bool on) { write(*f, on); });
         bound.toggle = toggle;
         control = toggle;
     } else {
@@ -159,14 +158,21 @@ QWidget* ProviderConfigView::makeControl(const ProviderField& field) {
         edit->setPlaceholderText(qt(field.text));
         edit->setAccessibleName(qt(field.title));
         edit->setAccessibleDescription(edit->placeholderText());
-        connect(edit, &QLineEdit::textEdited, this, [this, &field](const QString& text) {
-            (settings_.*settingProperty<std::string>(field).setter)(text.toStdString());
-        });
+        connect(edit, &QLineEdit::textEdited, this,
+                [this, f = &field](const QString& text) { write(*f, text.toStdString()); });
         bound.edit = edit;
         control = edit;
     }
     fields_.push_back(bound);
     return control;
+}
+
+void ProviderConfigView::write(const ProviderField& field, bool value) {
+    (settings_.*settingProperty<bool>(field).setter)(value);
+}
+
+void ProviderConfigView::write(const ProviderField& field, std::string value) {
+    (settings_.*settingProperty<std::string>(field).setter)(std::move(value));
 }
 
 void ProviderConfigView::settingChanged(std::string_view key) {

@@ -44,6 +44,8 @@ private:
     void buildUnsupported();
     void build();
     QWidget* makeControl(const ProviderField& field);
+    void write(const ProviderField& field, bool value);
+    void write(const ProviderField& field, std::string value);
     void settingChanged(std::string_view key);
     void showCurrent();
     void showValue(const BoundField& bound);

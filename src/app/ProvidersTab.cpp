@@ -6,6 +6,7 @@
 #include <QVBoxLayout>
 
 #include <algorithm>
+#include <utility>
 
 #include "app/ProviderConfigView.h"
 #include "app/ProviderListCard.h"
@@ -90,6 +91,17 @@ ProvidersTab::~ProvidersTab() = default;
 void ProvidersTab::changeEvent(QEvent* event) {
     if (event->type() == QEvent::FontChange) cardArea_->setFixedWidth(cardColumnWidth(font()));
     QWidget::changeEvent(event);
+}
+
+// Closing the window ends the selection; switching tabs keeps it.
+void ProvidersTab::hideEvent(QHideEvent* event) {
+    if (!window()->isVisible()) reselectOnShow_ = true;
+    QWidget::hideEvent(event);
+}
+
+void ProvidersTab::showEvent(QShowEvent* event) {
+    if (std::exchange(reselectOnShow_, false)) selectProvider(services_.settings.activeProviderID());
+    QWidget::showEvent(event);
 }
 
 void ProvidersTab::selectProvider(const std::string& providerID) {

@@ -179,6 +179,14 @@ TEST_F(WidgetTest, SelectingACardShowsItsPaneAndOnlyTheButtonChangesTheCurrentPr
     EXPECT_FALSE(card(tab, "openai").isCurrent());
     EXPECT_TRUE(shown(named(tab.configView(), QStringLiteral("当前正在使用"))));
     EXPECT_FALSE(shown(named(tab.configView(), QStringLiteral("设为当前服务商"))));
+
+    // The selection lasts while the window is open and starts afresh at the
+    // current provider when it is opened again.
+    tab.show();
+    card(tab, "baidu").click();
+    tab.hide();
+    tab.show();
+    EXPECT_EQ(tab.selectedProviderID(), "claude");
 }
 
 TEST_F(WidgetTest, EachFieldWritesItsSettingAndFollowsChangesMadeElsewhere) {

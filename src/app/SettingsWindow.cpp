@@ -20,6 +20,8 @@ SettingsWindow::SettingsWindow(WindowServices services) : QWidget(nullptr), tabs
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(tabs_);
+    // Room for the providers' cards beside their pane without wrapping.
+    resize(760, 560);
 }
 
 SettingsWindow::~SettingsWindow() = default;

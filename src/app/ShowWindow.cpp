@@ -12,7 +12,8 @@ void showWindow(QWidget& window) {
         const QScreen* screen = QGuiApplication::screenAt(QCursor::pos());
         if (!screen) screen = QGuiApplication::primaryScreen();
         if (screen) {
-            window.adjustSize();
+            // A window's own size, at least what its layout needs.
+            window.resize(window.size().expandedTo(window.minimumSizeHint()));
             QRect frame(QPoint(), window.size());
             frame.moveCenter(screen->availableGeometry().center());
             window.move(frame.topLeft());

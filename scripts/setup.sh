@@ -9,6 +9,10 @@ packages=(
   qt6-base-dev qt6-svg-dev
   libxcb1-dev libxcb-xfixes0-dev libxcb-xinput-dev libxcb-xtest0-dev libxcb-xkb-dev libxcb-randr0-dev
   libxkbcommon-dev libxkbcommon-x11-dev
+  # Screenshot translation: on-device text recognition, with the English and
+  # Chinese models (other languages: apt install tesseract-ocr-<code>), and
+  # the command line the benchmark compares against.
+  libtesseract-dev libleptonica-dev tesseract-ocr tesseract-ocr-eng tesseract-ocr-chi-sim tesseract-ocr-chi-tra
   fonts-noto-cjk
   # Language flags are emoji: drawn in colour, not as letters, on a fresh machine.
   fonts-noto-color-emoji

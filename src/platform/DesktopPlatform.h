@@ -11,6 +11,7 @@
 #include "platform/KeySender.h"
 #include "platform/KeyboardLayout.h"
 #include "platform/MouseDownMonitor.h"
+#include "platform/ScreenCapture.h"
 #include "platform/Screens.h"
 #include "platform/SelectionReader.h"
 
@@ -41,6 +42,7 @@ public:
     virtual KeySender& keySender() = 0;
     virtual Screens& screens() = 0;
     virtual MouseDownMonitor& mouseDownMonitor() = 0;
+    virtual ScreenCapture& screenCapture() = 0;
     // Whether a compositor draws translucent windows (rounded corners, fades).
     virtual bool hasCompositor() = 0;
     virtual CaptureAbilities captureAbilities() = 0;

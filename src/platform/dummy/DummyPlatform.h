@@ -10,6 +10,7 @@
 #include "core/EventLoop.h"
 #include "core/ObserverList.h"
 #include "platform/DesktopPlatform.h"
+#include "platform/dummy/DummyScreenCapture.h"
 
 namespace tavi::dummy {
 
@@ -145,6 +146,7 @@ public:
     KeySender& keySender() override { return keySenderBackend; }
     Screens& screens() override { return screensBackend; }
     MouseDownMonitor& mouseDownMonitor() override { return mouseBackend; }
+    ScreenCapture& screenCapture() override { return captureBackend; }
     bool hasCompositor() override { return compositor; }
     CaptureAbilities captureAbilities() override { return abilities; }
 
@@ -155,6 +157,7 @@ public:
     DummyKeySender keySenderBackend;
     DummyScreens screensBackend;
     DummyMouseDownMonitor mouseBackend;
+    DummyScreenCapture captureBackend;
     bool compositor = false;
     CaptureAbilities abilities{true, true, false};
 };

@@ -14,7 +14,8 @@ X11Platform::X11Platform(std::unique_ptr<X11Connection> connection)
       primary_(*connection_, selections_),
       keySender_(*connection_, keyboard_, shortcuts_),
       screens_(*connection_),
-      mouse_(*connection_) {}
+      mouse_(*connection_),
+      capture_(*connection_, screens_) {}
 
 CaptureAbilities X11Platform::captureAbilities() {
     const char* wayland = std::getenv("WAYLAND_DISPLAY");

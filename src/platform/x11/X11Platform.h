@@ -8,6 +8,7 @@
 #include "platform/x11/X11Connection.h"
 #include "platform/x11/X11KeySender.h"
 #include "platform/x11/X11Keyboard.h"
+#include "platform/x11/X11ScreenCapture.h"
 #include "platform/x11/X11Screens.h"
 #include "platform/x11/X11Selections.h"
 #include "platform/x11/X11Shortcuts.h"
@@ -27,6 +28,7 @@ public:
     KeySender& keySender() override { return keySender_; }
     Screens& screens() override { return screens_; }
     MouseDownMonitor& mouseDownMonitor() override { return mouse_; }
+    ScreenCapture& screenCapture() override { return capture_; }
     bool hasCompositor() override { return connection_->hasCompositor(); }
     CaptureAbilities captureAbilities() override;
 
@@ -40,6 +42,7 @@ private:
     X11KeySender keySender_;
     X11Screens screens_;
     X11MouseDownMonitor mouse_;
+    X11ScreenCapture capture_;
 };
 
 }  // namespace tavi::x11

@@ -103,6 +103,15 @@ void AppDelegate::showFailure(std::string sourceText, const std::string& descrip
     showPopup(failed);
 }
 
+void AppDelegate::showNotice(std::string message) {
+    TranslationResult notice;
+    notice.translatedText = std::move(message);
+    notice.sourceLanguage = Language::auto_;
+    notice.targetLanguage = deps_.settings.targetLanguage();
+    notice.provider = "—";
+    showPopup(notice);
+}
+
 void AppDelegate::showPopup(const TranslationResult& result) {
     // Always at the pointer, whatever showPopupNearCursor says.
     const Point pointer = deps_.screens.pointerPosition().value_or(Point{});

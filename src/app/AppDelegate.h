@@ -71,6 +71,9 @@ public:
     void showPopup(const TranslationResult& result);
     // Shows "翻译失败：" and `description` in the popup, as a result of no service.
     void showFailure(std::string sourceText, const std::string& description);
+    // Shows `message` as it is in the popup, the same way, with no source
+    // text (a screenshot that gave nothing to translate).
+    void showNotice(std::string message);
     void startScreenshot();
     void toggleClipboardMonitor();
     void registerHotkeys();

@@ -45,9 +45,13 @@ protected:
     // Starts Tavi with a configured service and waits until its hotkeys are
     // in place. Only then may a probe grab of ⌥A be tried, or it could take
     // the combination from Tavi.
-    std::unique_ptr<TrayProcess> startTavi(std::vector<std::pair<std::string, std::string>> settings = {}) {
+    // `environment` is added to the service's.
+    std::unique_ptr<TrayProcess> startTavi(std::vector<std::pair<std::string, std::string>> settings = {},
+                                           const EnvVars& environment = {}) {
         settings.insert(settings.begin(), {"openAIAPIKey", "sk-desktop"});
-        auto tray = std::make_unique<TrayProcess>(service.environment(), settings);
+        EnvVars env = service.environment();
+        env.insert(env.end(), environment.begin(), environment.end());
+        auto tray = std::make_unique<TrayProcess>(env, settings);
         EXPECT_TRUE(x.waitUntil([&] { return tray->started(); })) << tray->log();
         EXPECT_TRUE(x.isGrabbedElsewhere(XKey::a, kAlt)) << tray->log();
         return tray;
@@ -65,7 +69,7 @@ protected:
     }
 
     std::optional<Rect> popupGeometry() {
-        const std::optional<xcb_window_t> popup = x.findWindow("Tavi");
+        const std::optional<xcb_window_t> popup = x.findWindow("Tavi", "Tavi");
         return popup ? x.geometry(*popup) : std::nullopt;
     }
     bool popupShown() { return popupGeometry().has_value(); }

@@ -4,10 +4,15 @@
 //   tavi-desktop-helper sni-watcher       serves a StatusNotifierWatcher on the session bus
 //   tavi-desktop-helper wait-bus-name NAME SECONDS   exits 0 once NAME has an owner on the session bus
 //   tavi-desktop-helper screenshot FILE.png [X Y W H]   saves what the screen shows, for people to look at
+//   tavi-desktop-helper show-text X Y LINE...   shows the lines in a window at X Y, as a picture would
 
 #include <QCoreApplication>
 #include <QGuiApplication>
+#include <QFont>
+#include <QFontMetrics>
+#include <QPainter>
 #include <QPixmap>
+#include <QRasterWindow>
 #include <QScreen>
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
@@ -125,14 +130,58 @@ int screenshot(int argc, char** argv, const QString& file) {
     return screen->grabWindow(0, area.x(), area.y(), area.width(), area.height()).save(file, "PNG") ? 0 : 1;
 }
 
+// Text an application shows but will not let anyone select (a picture, a
+// video's subtitles): dark type on white, at a common screen size.
+class TextWindow final : public QRasterWindow {
+public:
+    explicit TextWindow(QStringList lines) : lines_(std::move(lines)) {
+        font_.setFamilies({QStringLiteral("Noto Sans CJK SC")});
+        font_.setPixelSize(22);
+        const QFontMetrics metrics(font_);
+        int width = 0;
+        for (const QString& line : lines_) width = std::max(width, metrics.horizontalAdvance(line));
+        resize(width + 2 * kMargin, static_cast<int>(lines_.size()) * metrics.lineSpacing() + 2 * kMargin);
+    }
+
+protected:
+    void paintEvent(QPaintEvent*) override {
+        QPainter painter(this);
+        painter.fillRect(QRect(QPoint(), size()), Qt::white);
+        painter.setFont(font_);
+        painter.setPen(QColor(0x20, 0x20, 0x20));
+        const QFontMetrics metrics(font_);
+        for (int i = 0; i < lines_.size(); ++i)
+            painter.drawText(kMargin, kMargin + i * metrics.lineSpacing() + metrics.ascent(), lines_[i]);
+    }
+
+private:
+    static constexpr int kMargin = 24;
+    QStringList lines_;
+    QFont font_;
+};
+
+int showText(int argc, char** argv) {
+    QGuiApplication application(argc, argv);
+    QStringList lines;
+    for (int i = 4; i < argc; ++i) lines << QString::fromUtf8(argv[i]);
+    TextWindow window(lines);
+    // Exactly where asked, whatever the window manager would choose.
+    window.setFlags(Qt::Window | Qt::FramelessWindowHint | Qt::X11BypassWindowManagerHint);
+    window.setTitle(QStringLiteral("known text"));
+    window.setPosition(std::atoi(argv[2]), std::atoi(argv[3]));
+    window.show();
+    return QGuiApplication::exec();
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
     if (argc >= 3 && std::strcmp(argv[1], "screenshot") == 0) return screenshot(argc, argv, QString::fromLocal8Bit(argv[2]));
+    if (argc >= 5 && std::strcmp(argv[1], "show-text") == 0) return showText(argc, argv);
     if (argc >= 2 && std::strcmp(argv[1], "sni-watcher") == 0) return runWatcher(argc, argv);
     if (argc >= 4 && std::strcmp(argv[1], "wait-bus-name") == 0)
         return waitForBusName(argc, argv, QString::fromLocal8Bit(argv[2]), std::atof(argv[3]));
     if (argc >= 3 && std::strcmp(argv[1], "wait-wm") == 0) return waitForWindowManager(std::atof(argv[2]));
-    std::fprintf(stderr, "usage: tavi-desktop-helper wait-wm SECONDS | sni-watcher | wait-bus-name NAME SECONDS | screenshot FILE\n");
+    std::fprintf(stderr, "usage: tavi-desktop-helper wait-wm SECONDS | sni-watcher | wait-bus-name NAME SECONDS | screenshot FILE | show-text X Y LINE...\n");
     return 2;
 }

@@ -113,8 +113,15 @@ bool X11TestClient::isViewable(xcb_window_t window) {
 }
 
 std::optional<xcb_window_t> X11TestClient::findWindow(const std::string& className, const std::string& title) {
+    const std::vector<xcb_window_t> found = findWindows(className, title);
+    if (found.empty()) return std::nullopt;
+    return found.front();
+}
+
+std::vector<xcb_window_t> X11TestClient::findWindows(const std::string& className, const std::string& title) {
     // Client windows sit at the top or one level down, in the window
     // manager's frame.
+    std::vector<xcb_window_t> found;
     std::vector<xcb_window_t> pending{root_};
     for (int depth = 0; depth < 3 && !pending.empty(); ++depth) {
         std::vector<xcb_window_t> next;
@@ -131,13 +138,13 @@ std::optional<xcb_window_t> X11TestClient::findWindow(const std::string& classNa
                     split == std::string::npos ? "" : wmClass.substr(split + 1, wmClass.find('\0', split + 1) - split - 1);
                 if (classPart == className && isViewable(children[i]) &&
                     (title.empty() || property(children[i], "_NET_WM_NAME") == title))
-                    return children[i];
+                    found.push_back(children[i]);
                 next.push_back(children[i]);
             }
         }
         pending = std::move(next);
     }
-    return std::nullopt;
+    return found;
 }
 
 void X11TestClient::moveWindow(xcb_window_t window, Point to) {

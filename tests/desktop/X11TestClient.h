@@ -51,6 +51,8 @@ public:
     // A viewable top-level client window whose WM_CLASS class is `className`
     // and, when `title` is given, whose _NET_WM_NAME is `title`.
     std::optional<xcb_window_t> findWindow(const std::string& className, const std::string& title = {});
+    // Every such window, from the bottom of the stack up.
+    std::vector<xcb_window_t> findWindows(const std::string& className, const std::string& title = {});
     // Asks the window manager to move a client window, as the user does by
     // dragging its title bar.
     void moveWindow(xcb_window_t window, Point to);

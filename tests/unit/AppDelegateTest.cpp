@@ -202,6 +202,16 @@ TEST_F(AppDelegateTest, FailureBecomesASubstituteResult) {
     delegate->translateAndShow("hello");
     loop.runPending();
     EXPECT_EQ(ui.popups.back().first.translatedText, "翻译失败：upstream broke");
+
+    // A notice (a screenshot without text) is shown as it is, with no source.
+    const std::size_t requests = transport.requestCount();
+    delegate->showNotice("未找到屏幕");
+    const TranslationResult& notice = ui.popups.back().first;
+    EXPECT_EQ(notice.sourceText, "");
+    EXPECT_EQ(notice.translatedText, "未找到屏幕");
+    EXPECT_EQ(notice.targetLanguage, Language::japanese);
+    EXPECT_EQ(notice.provider, "—");
+    EXPECT_EQ(transport.requestCount(), requests);
 }
 
 TEST_F(AppDelegateTest, SettingsChangedByAnotherProcessAreApplied) {

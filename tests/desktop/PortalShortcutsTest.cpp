@@ -1,5 +1,7 @@
 // Global shortcuts on a Wayland desktop: through its shortcuts portal (a fake
 // one on the test desktop's bus), the rest of Tavi through XWayland (Xvfb).
+#include <filesystem>
+
 #include "DesktopFixture.h"
 #include "FakePortalProcess.h"
 #include "platform/portal/PortalTrigger.h"
@@ -105,7 +107,10 @@ TEST_F(PortalShortcutsTest, TheDesktopBindsTheActionsRunsThemAndHasTheFinalSay) 
         ASSERT_NE(at, std::string::npos) << file;
         file.replace(at, quoted(from).size(), quoted(to));
     }
-    writeFile(tray->sandbox().configFile(), file);
+    // Replaced whole, as tavi config does: Tavi watches the folder.
+    const std::filesystem::path replacement = tray->sandbox().configFile().string() + ".new";
+    writeFile(replacement, file);
+    std::filesystem::rename(replacement, tray->sandbox().configFile());
     ASSERT_TRUE(x.waitUntil([&] { return portal.calls("BindShortcuts").size() == 2; })) << tray->log();
     EXPECT_EQ(portal.calls("BindShortcuts").back()["args"][1][1], shortcut("translate-selected-text", "翻译选中文字", "CTRL+a"));
     EXPECT_EQ(portal.calls("BindShortcuts").back()["args"][1][2], shortcut("screenshot-translation", "截图翻译"));

@@ -32,6 +32,8 @@ constexpr auto kSettleDelay = 50ms;
 // changes are bound; the bind may wait for the user in a dialog.
 constexpr auto kResponseBound = 120s;
 
+constexpr std::string_view kThroughXWayland =
+    "Tavi's hotkeys work through XWayland, only while an X11 window has the keyboard focus; ";
 constexpr std::string_view kAdvice =
     "bind `tavi selection` (and `tavi show`, `tavi screenshot`, `tavi clipboard`) to keys in the desktop's "
     "keyboard settings instead.";
@@ -139,16 +141,11 @@ void PortalShortcuts::probe() {
              [this](const QDBusMessage& reply) {
                  if (reply.type() != QDBusMessage::ReplyMessage) {
                      const QString error = reply.errorName();
-                     if (error == QLatin1String("org.freedesktop.DBus.Error.NoReply") ||
-                         error == QLatin1String("org.freedesktop.DBus.Error.Timeout"))
-                         fallBack("The desktop's portal did not answer (" + text(reply.errorMessage()) +
-                                  "): Tavi's hotkeys work through XWayland, only while an X11 window has the "
-                                  "keyboard focus; " + std::string(kAdvice));
-                     else
-                         fallBack("This Wayland desktop offers no global shortcuts portal: Tavi's hotkeys work "
-                                  "through XWayland, only while an X11 window has the keyboard focus; " +
-                                  std::string(kAdvice));
-                     return;
+                     const bool silent = error == QLatin1String("org.freedesktop.DBus.Error.NoReply") ||
+                                         error == QLatin1String("org.freedesktop.DBus.Error.Timeout");
+                     return fallBack((silent ? "The desktop's portal did not answer (" + text(reply.errorMessage()) + "): "
+                                             : std::string("This Wayland desktop offers no global shortcuts portal: ")) +
+                                     std::string(kThroughXWayland) + std::string(kAdvice));
                  }
                  version_ = reply.arguments().value(0).value<QDBusVariant>().variant().toUInt();
                  stage_ = Stage::ready;
@@ -194,11 +191,11 @@ void PortalShortcuts::sync() {
         // Only the proposed keys changed: the desktop's own dialog lets the
         // user take them (or not). What it decides comes as ShortcutsChanged.
         bound_ = std::move(bindings);
-        call(kPath, kShortcuts, QStringLiteral("ConfigureShortcuts"),
-             {QVariant::fromValue(QDBusObjectPath(session_)), QString(), QVariantMap()}, [this](const QDBusMessage& reply) {
-                 if (reply.type() != QDBusMessage::ReplyMessage)
-                     log_("The desktop did not open its shortcut settings: " + text(reply.errorMessage()));
-             });
+        const QVariantList arguments{QVariant::fromValue(QDBusObjectPath(session_)), QString(), QVariantMap()};
+        call(kPath, kShortcuts, QStringLiteral("ConfigureShortcuts"), arguments, [this](const QDBusMessage& reply) {
+            if (reply.type() != QDBusMessage::ReplyMessage)
+                log_("The desktop did not open its shortcut settings: " + text(reply.errorMessage()));
+        });
         return;
     }
     // A session binds once: the new proposals go to a new one.
@@ -212,28 +209,27 @@ void PortalShortcuts::createSessionAndBind(std::vector<Binding> bindings) {
     request(
         QStringLiteral("CreateSession"), {QVariantMap{{QStringLiteral("session_handle_token"), sessionToken}}},
         [this, sessionToken, bindings = std::move(bindings)](std::uint32_t response, const QVariantMap& results) {
-            if (response != 0) {
-                busy_ = false;
-                const std::string why = "the desktop refused a shortcuts session (response " + std::to_string(response) + ")";
-                if (!sessionEverCreated_) return fallBack("Global shortcuts portal: " + why + "; Tavi's hotkeys work through XWayland, only while an X11 window has the keyboard focus; " + std::string(kAdvice));
-                return log_("Global shortcuts portal: " + why + ".");
-            }
+            if (response != 0)
+                return sessionFailed("the desktop refused a session (response " + std::to_string(response) + ")");
             // Older portals give the handle as a string, newer ones as a path.
             const QVariant handle = results.value(QStringLiteral("session_handle"));
-            session_ = handle.canConvert<QDBusObjectPath>() ? handle.value<QDBusObjectPath>().path() : handle.toString();
+            session_ = handle.metaType() == QMetaType::fromType<QDBusObjectPath>()
+                           ? handle.value<QDBusObjectPath>().path()
+                           : handle.toString();
             if (session_.isEmpty()) session_ = objectPath(QStringLiteral("session"), sessionToken);
             sessionEverCreated_ = true;
             bus_.connect(QString(), session_, kSession, QStringLiteral("Closed"), sink_, SLOT(deliver(QDBusMessage)));
             bindShortcuts(bindings);
         },
-        [this](const QString& why) {
-            busy_ = false;
-            if (!sessionEverCreated_)
-                return fallBack("Global shortcuts portal: no session (" + text(why) +
-                                "); Tavi's hotkeys work through XWayland, only while an X11 window has the keyboard "
-                                "focus; " + std::string(kAdvice));
-            log_("Global shortcuts portal: no session (" + text(why) + ").");
-        });
+        [this](const QString& why) { sessionFailed("no session (" + text(why) + ")"); });
+}
+
+void PortalShortcuts::sessionFailed(const std::string& why) {
+    busy_ = false;
+    // A portal that never gave a session is no better than none.
+    if (!sessionEverCreated_)
+        return fallBack("Global shortcuts portal: " + why + "; " + std::string(kThroughXWayland) + std::string(kAdvice));
+    log_("Global shortcuts portal: " + why + ".");
 }
 
 void PortalShortcuts::bindShortcuts(std::vector<Binding> bindings) {

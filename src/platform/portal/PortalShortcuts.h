@@ -99,6 +99,7 @@ private:
     void sync();
     std::vector<Binding> wanted() const;
     void createSessionAndBind(std::vector<Binding> bindings);
+    void sessionFailed(const std::string& why);
     void bindShortcuts(std::vector<Binding> bindings);
     void listShortcuts();
     void closeSession();

@@ -1,5 +1,6 @@
 #include "app/AppDelegate.h"
 
+#include "app/DesktopActions.h"
 #include "settings/HotkeyAction.h"
 
 namespace tavi {
@@ -54,7 +55,11 @@ void AppDelegate::applicationDidFinishLaunching() {
 
 void AppDelegate::applicationWillTerminate() { hotkeysObserver_.cancel(); }
 
-std::vector<MenuEntry> AppDelegate::menuNeedsUpdate() const { return statusMenuEntries(deps_.settings.values()); }
+std::vector<MenuEntry> AppDelegate::menuNeedsUpdate() const {
+    return statusMenuEntries(deps_.settings.values(), [this](HotkeyAction action) {
+        return deps_.hotkeys.triggerText(actionForHotkey(action).name);
+    });
+}
 
 void AppDelegate::perform(MenuCommand command) {
     switch (command) {
@@ -133,12 +138,15 @@ void AppDelegate::followClipboardMonitorSetting() {
 void AppDelegate::setHotkeysSuspended(bool suspended) {
     if (hotkeysSuspended_ == suspended) return;
     hotkeysSuspended_ = suspended;
-    registerHotkeys();
+    // Where the desktop has the final say it owns the keys, and a key it
+    // holds never reaches the recorder anyway: nothing to let go.
+    if (!deps_.hotkeys.desktopHasFinalSay()) registerHotkeys();
 }
 
 void AppDelegate::registerHotkeys() {
     deps_.hotkeys.unregisterAll();
-    if (hotkeysSuspended_) return;
+    const bool desktopDecides = deps_.hotkeys.desktopHasFinalSay();
+    if (hotkeysSuspended_ && !desktopDecides) return;
     static constexpr void (AppDelegate::*kActions[])() = {
         &AppDelegate::openDirectTranslation,
         &AppDelegate::translateSelectedText,
@@ -147,12 +155,17 @@ void AppDelegate::registerHotkeys() {
     };
     for (HotkeyAction action : allHotkeyActions()) {
         const HotkeyShortcut shortcut = deps_.settings.hotkey(action);
-        if (shortcut.modifiers == 0) continue;  // no hotkey set
+        // No hotkey set; a desktop that decides lists the action all the
+        // same, for the user to give it keys there.
+        if (shortcut.modifiers == 0 && !desktopDecides) continue;
         const auto handler = kActions[static_cast<std::size_t>(action)];
         std::weak_ptr<AppDelegate*> weak = self_;
-        deps_.hotkeys.registerHotkey(shortcut.keyCode, shortcut.modifiers, [weak, handler] {
-            if (auto self = weak.lock()) (*self)->later(handler);
-        });
+        deps_.hotkeys.registerHotkey(
+            shortcut.keyCode, shortcut.modifiers,
+            [weak, handler] {
+                if (auto self = weak.lock()) (*self)->later(handler);
+            },
+            {std::string(actionForHotkey(action).name), std::string(title(action))});
     }
 }
 

@@ -80,7 +80,8 @@ public:
     // While a shortcut is recorded in the settings window the global hotkeys
     // are let go, so that pressing the current combination records it
     // rather than running its action; a change of the hotkeys meanwhile is
-    // registered when the suspension ends.
+    // registered when the suspension ends. Where the desktop has the final
+    // say (GlobalShortcuts::desktopHasFinalSay) this changes nothing.
     void setHotkeysSuspended(bool suspended);
 
 private:

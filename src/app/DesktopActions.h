@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "app/StatusMenu.h"
+#include "settings/HotkeyAction.h"
 
 namespace tavi {
 
@@ -35,6 +36,21 @@ inline std::optional<MenuCommand> commandForAction(std::string_view name) {
     for (const DesktopAction& action : kDesktopActions)
         if (action.name == name) return action.command;
     return std::nullopt;
+}
+
+// The action a hotkey starts. Its name also names the hotkey on desktops
+// that list applications' shortcuts in their settings.
+inline const DesktopAction& actionForHotkey(HotkeyAction hotkey) {
+    MenuCommand command = MenuCommand::openDirectTranslation;
+    switch (hotkey) {
+    case HotkeyAction::openTranslationWindow: command = MenuCommand::openDirectTranslation; break;
+    case HotkeyAction::translateSelectedText: command = MenuCommand::translateSelectedText; break;
+    case HotkeyAction::screenshotTranslation: command = MenuCommand::startScreenshot; break;
+    case HotkeyAction::toggleClipboardMonitor: command = MenuCommand::toggleClipboardMonitor; break;
+    }
+    for (const DesktopAction& action : kDesktopActions)
+        if (action.command == command) return action;
+    return kDesktopActions.front();
 }
 
 inline const DesktopAction* actionForSubcommand(std::string_view subcommand) {

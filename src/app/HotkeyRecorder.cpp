@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <initializer_list>
 
+#include "app/StatusMenu.h"
 #include "app/WindowStyle.h"
 #include "platform/KeyboardLayout.h"
 #include "settings/HotkeyModel.h"
@@ -91,6 +92,12 @@ HotkeyRecorder::~HotkeyRecorder() {
 
 void HotkeyRecorder::setShortcut(HotkeyShortcut shortcut) {
     shortcut_ = shortcut;
+    refresh();
+}
+
+void HotkeyRecorder::setDesktopTrigger(std::optional<std::string> trigger) {
+    if (desktopTrigger_ == trigger) return;
+    desktopTrigger_ = std::move(trigger);
     refresh();
 }
 
@@ -198,7 +205,7 @@ void HotkeyRecorder::showHeldModifiers(std::uint32_t modifiers) {
 }
 
 void HotkeyRecorder::refresh() {
-    const QString current = shortcutText(shortcut_);
+    const QString current = qt(hotkeyText(shortcut_, desktopTrigger_));
     if (!recording_) setText(current);
     else if (held_ == 0) setText(kListening);
     else setText(qt(modifierDisplay(held_)) + QStringLiteral("…"));

@@ -4,6 +4,8 @@
 
 #include <cstdint>
 #include <functional>
+#include <optional>
+#include <string>
 
 #include "settings/HotkeyAction.h"
 #include "settings/HotkeyShortcut.h"
@@ -39,6 +41,9 @@ public:
     HotkeyShortcut shortcut() const { return shortcut_; }
     // The shortcut shown when not listening.
     void setShortcut(HotkeyShortcut shortcut);
+    // What the desktop reports as this action's keys, where the desktop
+    // decides them: shown instead of the shortcut. Nothing: the shortcut.
+    void setDesktopTrigger(std::optional<std::string> trigger);
 
     bool isRecording() const { return recording_; }
     void startRecording();
@@ -71,6 +76,7 @@ private:
     KeyboardLayout& layout_;
     std::function<void(bool)> suspendHotkeys_;
     HotkeyShortcut shortcut_;
+    std::optional<std::string> desktopTrigger_;
     bool recording_ = false;
     std::uint32_t held_ = 0;
 };

@@ -4,6 +4,7 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
+#include "app/DesktopActions.h"
 #include "app/FormCard.h"
 #include "app/HotkeyRecorder.h"
 #include "app/WindowStyle.h"
@@ -43,6 +44,8 @@ HotkeysTab::HotkeysTab(WindowServices services, QWidget* parent) : QWidget(paren
         connect(recorder, &HotkeyRecorder::recordingChanged, this, [this](bool recording) { showHint(recording); });
     }
 
+    desktopDecides_ = makeNote(style::secondaryText, "desktopDecides");
+    desktopDecides_->setText(QStringLiteral("在这个桌面上，快捷键最终由系统设置决定。"));
     hint_ = makeNote(style::secondaryText, "recorderHint");
     showHint(false);
     message_ = makeNote(style::failure, "hotkeyMessage");
@@ -65,6 +68,7 @@ HotkeysTab::HotkeysTab(WindowServices services, QWidget* parent) : QWidget(paren
     layout->setContentsMargins(style::kMargin, style::kMargin, style::kMargin, style::kMargin);
     layout->setSpacing(style::kSpacing);
     layout->addWidget(rows);
+    layout->addWidget(desktopDecides_);
     layout->addWidget(hint_);
     layout->addWidget(message_);
     // The button stays at the foot of the tab, where the hint and the
@@ -73,7 +77,9 @@ HotkeysTab::HotkeysTab(WindowServices services, QWidget* parent) : QWidget(paren
     layout->addLayout(buttonRow);
 
     followSettings();
+    followDesktop();
     settingsChanges_ = services_.settings.observe([this](std::string_view) { followSettings(); });
+    desktopChanges_ = services_.desktop.shortcuts().onDesktopChanged([this] { followDesktop(); });
 }
 
 HotkeysTab::~HotkeysTab() {
@@ -104,6 +110,13 @@ void HotkeysTab::followSettings() {
         const HotkeyShortcut current = services_.settings.hotkey(recorder->action());
         if (recorder->shortcut() != current) recorder->setShortcut(current);
     }
+}
+
+void HotkeysTab::followDesktop() {
+    GlobalShortcuts& shortcuts = services_.desktop.shortcuts();
+    desktopDecides_->setVisible(shortcuts.desktopHasFinalSay());
+    for (HotkeyRecorder* recorder : recorders_)
+        recorder->setDesktopTrigger(shortcuts.triggerText(actionForHotkey(recorder->action()).name));
 }
 
 bool HotkeysTab::event(QEvent* event) {

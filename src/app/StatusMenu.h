@@ -1,10 +1,13 @@
 #pragma once
 
+#include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "settings/AppSettingsValues.h"
+#include "settings/HotkeyAction.h"
 #include "settings/HotkeyShortcut.h"
 
 namespace tavi {
@@ -29,12 +32,20 @@ struct MenuEntry {
     friend bool operator==(const MenuEntry&, const MenuEntry&) = default;
 };
 
+// What the desktop reports as the keys of an action, where the desktop
+// decides them; nothing where it does not, or reports none.
+using DesktopTrigger = std::function<std::optional<std::string>(HotkeyAction action)>;
+
 // The tray menu as it reads right now, built afresh each time it opens so
 // that hotkeys and the monitor's state are current.
-std::vector<MenuEntry> statusMenuEntries(const AppSettingsValues& settings);
+std::vector<MenuEntry> statusMenuEntries(const AppSettingsValues& settings, const DesktopTrigger& desktop = {});
 
-// `title`, a tab and the shortcut's display text ("未设置" when it has no
-// modifier); the title alone if that text were empty.
-std::string titleWithHotkey(std::string_view title, HotkeyShortcut shortcut);
+// How a hotkey reads: the desktop's text for its keys when it reports one,
+// else the stored shortcut's display text, "未设置" when it has no modifier.
+std::string hotkeyText(HotkeyShortcut shortcut, const std::optional<std::string>& desktopTrigger = std::nullopt);
+
+// `title`, a tab and hotkeyText(); the title alone if that text were empty.
+std::string titleWithHotkey(std::string_view title, HotkeyShortcut shortcut,
+                            const std::optional<std::string>& desktopTrigger = std::nullopt);
 
 }  // namespace tavi

@@ -18,7 +18,8 @@ void HotkeyManager::setup() {
     desktop_.installHandler([this](std::uint32_t id) { dispatch(id); });
 }
 
-std::uint32_t HotkeyManager::registerHotkey(std::uint32_t keyCode, std::uint32_t modifiers, Callback callback) {
+std::uint32_t HotkeyManager::registerHotkey(std::uint32_t keyCode, std::uint32_t modifiers, Callback callback,
+                                            const GlobalShortcuts::Purpose& purpose) {
     std::lock_guard guard(lock_);
     const std::uint32_t id = nextID_;
     if (id == std::numeric_limits<std::uint32_t>::max()) {
@@ -27,7 +28,7 @@ std::uint32_t HotkeyManager::registerHotkey(std::uint32_t keyCode, std::uint32_t
         std::abort();
     }
     ++nextID_;
-    std::optional<GlobalShortcuts::Handle> handle = desktop_.grab(keyCode, modifiers, id);
+    std::optional<GlobalShortcuts::Handle> handle = desktop_.grab(keyCode, modifiers, id, purpose);
     hotkeys_.insert_or_assign(id, Registration{handle, std::move(callback)});
     return id;
 }

@@ -5,6 +5,8 @@
 #include <map>
 #include <mutex>
 #include <optional>
+#include <string>
+#include <string_view>
 
 #include "platform/GlobalShortcuts.h"
 
@@ -32,8 +34,14 @@ public:
 
     // Registers the combination (stored key code and modifier bits) and
     // returns its id. A combination the desktop refuses (another program
-    // holds it) is kept all the same and simply never fires.
-    std::uint32_t registerHotkey(std::uint32_t keyCode, std::uint32_t modifiers, Callback callback);
+    // holds it) is kept all the same and simply never fires. `purpose` names
+    // it for desktops that list it in their own settings.
+    std::uint32_t registerHotkey(std::uint32_t keyCode, std::uint32_t modifiers, Callback callback,
+                                 const GlobalShortcuts::Purpose& purpose = {});
+
+    // What the desktop says about the keys (see GlobalShortcuts).
+    bool desktopHasFinalSay() const { return desktop_.desktopHasFinalSay(); }
+    std::optional<std::string> triggerText(std::string_view name) const { return desktop_.triggerText(name); }
 
     // Drops every registration; ids keep counting from where they were.
     void unregisterAll();

@@ -4,6 +4,7 @@
 
 #include <cstdlib>
 
+#include "platform/portal/PortalPlatform.h"
 #include "platform/x11/X11Platform.h"
 
 namespace tavi {
@@ -35,9 +36,13 @@ std::optional<std::string> desktopUnavailable() {
 
 DesktopPlatformResult openDesktopPlatform(EventLoop& loop, std::function<void(std::string_view)> log) {
     std::string why;
-    auto connection = x11::X11Connection::open(loop, std::move(log), why);
+    auto connection = x11::X11Connection::open(loop, log, why);
     if (!connection) return {nullptr, why};
-    return {std::make_unique<x11::X11Platform>(std::move(connection)), {}};
+    auto platform = std::make_unique<x11::X11Platform>(std::move(connection));
+    // Everything but the shortcuts works through XWayland; a Wayland
+    // desktop hands out global shortcuts through its portal alone.
+    if (portal::isWaylandSession()) return {portal::withPortalShortcuts(std::move(platform), std::move(log)), {}};
+    return {std::move(platform), {}};
 }
 
 }  // namespace tavi

@@ -5,6 +5,9 @@
 //   tavi-desktop-helper wait-bus-name NAME SECONDS   exits 0 once NAME has an owner on the session bus
 //   tavi-desktop-helper screenshot FILE.png [X Y W H]   saves what the screen shows, for people to look at
 //   tavi-desktop-helper show-text X Y LINE...   shows the lines in a window at X Y, as a picture would
+//   tavi-desktop-helper fake-portal JOURNAL [OPTIONS]   serves a fake org.freedesktop.portal.Desktop (FakePortal.h)
+//       --global-shortcuts=VERSION    with org.freedesktop.portal.GlobalShortcuts at that version
+//       --bind-without-shortcuts      whose bind answers without listing the shortcuts
 
 #include <QCoreApplication>
 #include <QGuiApplication>
@@ -29,8 +32,11 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <string>
 
+#include "FakeGlobalShortcuts.h"
+#include "FakePortal.h"
 #include "SniWatcher.h"
 
 namespace tavi::test {
@@ -66,6 +72,28 @@ int runWatcher(int argc, char** argv) {
     }
     std::printf("ready\n");
     std::fflush(stdout);
+    return QCoreApplication::exec();
+}
+
+int runFakePortal(int argc, char** argv) {
+    QCoreApplication application(argc, argv);
+    QStringList options = QCoreApplication::arguments().mid(3);
+    tavi::test::FakePortal portal(QDBusConnection::sessionBus(), QString::fromLocal8Bit(argv[2]));
+    portal.add(std::make_unique<tavi::test::FakeHostRegistry>());
+    const bool bindReportsShortcuts = !options.removeAll(QStringLiteral("--bind-without-shortcuts"));
+    for (const QString& option : options) {
+        if (option.startsWith(QLatin1String("--global-shortcuts="))) {
+            const unsigned version = option.section(QLatin1Char('='), 1).toUInt();
+            portal.add(std::make_unique<tavi::test::FakeGlobalShortcuts>(version, bindReportsShortcuts));
+        } else {
+            std::fprintf(stderr, "fake-portal: unknown option %s\n", qPrintable(option));
+            return 2;
+        }
+    }
+    if (!portal.publish()) {
+        std::fprintf(stderr, "fake-portal: cannot register on the session bus\n");
+        return 1;
+    }
     return QCoreApplication::exec();
 }
 
@@ -179,9 +207,12 @@ int main(int argc, char** argv) {
     if (argc >= 3 && std::strcmp(argv[1], "screenshot") == 0) return screenshot(argc, argv, QString::fromLocal8Bit(argv[2]));
     if (argc >= 5 && std::strcmp(argv[1], "show-text") == 0) return showText(argc, argv);
     if (argc >= 2 && std::strcmp(argv[1], "sni-watcher") == 0) return runWatcher(argc, argv);
+    if (argc >= 3 && std::strcmp(argv[1], "fake-portal") == 0) return runFakePortal(argc, argv);
     if (argc >= 4 && std::strcmp(argv[1], "wait-bus-name") == 0)
         return waitForBusName(argc, argv, QString::fromLocal8Bit(argv[2]), std::atof(argv[3]));
     if (argc >= 3 && std::strcmp(argv[1], "wait-wm") == 0) return waitForWindowManager(std::atof(argv[2]));
-    std::fprintf(stderr, "usage: tavi-desktop-helper wait-wm SECONDS | sni-watcher | wait-bus-name NAME SECONDS | screenshot FILE | show-text X Y LINE...\n");
+    std::fprintf(stderr,
+                 "usage: tavi-desktop-helper wait-wm SECONDS | sni-watcher | wait-bus-name NAME SECONDS | screenshot FILE"
+                 " | show-text X Y LINE... | fake-portal JOURNAL\n");
     return 2;
 }

@@ -170,6 +170,27 @@ TEST_F(AppDelegateTest, HotkeysRunTheirActionsAndAreRegisteredAgainOnChange) {
     EXPECT_EQ(ui.popups[0].first.translatedText, "你好");
 }
 
+TEST_F(AppDelegateTest, WhereTheDesktopDecidesEveryActionIsOfferedByNameAndItsKeysShown) {
+    platform.shortcutsBackend.desktopDecides = true;
+    platform.shortcutsBackend.triggers = {{"translate-selected-text", "Ctrl+Q"}};
+    settings.setScreenshotTranslationHotkey({1, 0});
+    launch();
+    std::vector<std::pair<std::string, std::uint32_t>> offered;
+    for (const auto& grab : platform.shortcutsBackend.grabs()) offered.emplace_back(grab.name, grab.modifiers);
+    const std::vector<std::pair<std::string, std::uint32_t>> expected{
+        {"open-translation-window", kOption}, {"translate-selected-text", kOption},
+        {"screenshot-translation", 0}, {"toggle-clipboard-monitor", kOption}};
+    EXPECT_EQ(offered, expected);
+    EXPECT_EQ(ui.menuTitles()[0], "打开翻译窗口\t⌥T");
+    EXPECT_EQ(ui.menuTitles()[2], "翻译选中文字\tCtrl+Q");
+    EXPECT_EQ(ui.menuTitles()[3], "截图翻译\t未设置");
+
+    // The desktop owns the keys: recording a shortcut lets nothing go.
+    delegate->setHotkeysSuspended(true);
+    EXPECT_EQ(platform.shortcutsBackend.grabs().size(), 4u);
+    EXPECT_TRUE(press(0, kOption));
+}
+
 TEST_F(AppDelegateTest, NothingSelectedAnywhereShowsNothing) {
     launch();
     platform.selectionBackend.selectedText = " ";

@@ -177,5 +177,26 @@ TEST_F(HotkeysTabTest, EachRecorderIsNamedByItsActionAndShortcutAndFollowsChange
     EXPECT_EQ(selected.accessibleName(), QStringLiteral("翻译选中文字：未设置"));
 }
 
+TEST_F(HotkeysTabTest, WhereTheDesktopDecidesItsKeysAreShownAndTheTabSaysSo) {
+    HotkeysTab tab(services());
+    HotkeyRecorder& selected = recorder(tab, HotkeyAction::translateSelectedText);
+    EXPECT_FALSE(label(tab, "desktopDecides").isVisibleTo(&tab));
+
+    desktop.shortcutsBackend.desktopDecides = true;
+    desktop.shortcutsBackend.triggers = {{"translate-selected-text", "Ctrl+Q"}};
+    desktop.shortcutsBackend.desktopChanged();
+    EXPECT_TRUE(label(tab, "desktopDecides").isVisibleTo(&tab));
+    EXPECT_EQ(label(tab, "desktopDecides").text(), QStringLiteral("在这个桌面上，快捷键最终由系统设置决定。"));
+    EXPECT_EQ(selected.text(), QStringLiteral("Ctrl+Q"));
+    EXPECT_EQ(selected.accessibleName(), QStringLiteral("翻译选中文字：Ctrl+Q"));
+    EXPECT_EQ(recorder(tab, HotkeyAction::openTranslationWindow).text(), QStringLiteral("⌥T"));  // none reported
+
+    // Recording still proposes keys to the desktop.
+    selected.click();
+    press(selected, Qt::Key_T, Qt::ControlModifier, kXKeyT);
+    EXPECT_EQ(selectedTextHotkey(), (HotkeyShortcut{17, HotkeyModifier::control}));
+    EXPECT_EQ(selected.text(), QStringLiteral("Ctrl+Q"));
+}
+
 }  // namespace
 }  // namespace tavi::test

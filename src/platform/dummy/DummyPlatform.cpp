@@ -8,11 +8,17 @@ void DummyShortcuts::installHandler(PressedHandler handler) {
 }
 
 std::optional<GlobalShortcuts::Handle> DummyShortcuts::grab(std::uint32_t keyCode, std::uint32_t modifiers,
-                                                            std::uint32_t id) {
+                                                            std::uint32_t id, const Purpose& purpose) {
     if (heldElsewhere_.contains({keyCode, modifiers})) return std::nullopt;
     const Handle handle = nextHandle_++;
-    grabs_.emplace(handle, Grab{keyCode, modifiers, id});
+    grabs_.emplace(handle, Grab{keyCode, modifiers, id, purpose.name});
     return handle;
+}
+
+std::optional<std::string> DummyShortcuts::triggerText(std::string_view name) const {
+    auto found = triggers.find(name);
+    if (found == triggers.end()) return std::nullopt;
+    return found->second;
 }
 
 void DummyShortcuts::release(Handle handle) { grabs_.erase(handle); }

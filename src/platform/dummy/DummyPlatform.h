@@ -24,11 +24,22 @@ public:
         std::uint32_t keyCode;
         std::uint32_t modifiers;
         std::uint32_t id;
+        std::string name;  // the purpose's
     };
 
     void installHandler(PressedHandler handler) override;
-    std::optional<Handle> grab(std::uint32_t keyCode, std::uint32_t modifiers, std::uint32_t id) override;
+    std::optional<Handle> grab(std::uint32_t keyCode, std::uint32_t modifiers, std::uint32_t id,
+                               const Purpose& purpose) override;
     void release(Handle handle) override;
+    bool desktopHasFinalSay() const override { return desktopDecides; }
+    std::optional<std::string> triggerText(std::string_view name) const override;
+    Subscription onDesktopChanged(std::function<void()> changed) override { return changed_.add(std::move(changed)); }
+
+    // A desktop that decides the keys itself, and what it reports for each
+    // purpose's name; tell the observers with desktopChanged().
+    bool desktopDecides = false;
+    std::map<std::string, std::string, std::less<>> triggers;
+    void desktopChanged() { changed_.notify(); }
 
     // Another program holds this combination: grabbing it is refused.
     void holdElsewhere(std::uint32_t keyCode, std::uint32_t modifiers);
@@ -42,6 +53,7 @@ public:
 
 private:
     PressedHandler handler_;
+    ObserverList<> changed_;
     int handlersInstalled_ = 0;
     std::map<Handle, Grab> grabs_;
     std::set<std::pair<std::uint32_t, std::uint32_t>> heldElsewhere_;

@@ -27,7 +27,7 @@ std::vector<std::uint16_t> X11Shortcuts::lockCombinations(const ModifierMasks& m
 }
 
 std::optional<GlobalShortcuts::Handle> X11Shortcuts::grab(std::uint32_t keyCode, std::uint32_t modifiers,
-                                                          std::uint32_t id) {
+                                                          std::uint32_t id, const Purpose&) {
     const std::string name = shortcutDisplay({keyCode, modifiers});
     const std::optional<std::uint8_t> xKey = xKeyCodeForPosition(keyCode);
     if (!xKey) {

@@ -28,7 +28,8 @@ public:
     X11Shortcuts& operator=(const X11Shortcuts&) = delete;
 
     void installHandler(PressedHandler handler) override;
-    std::optional<Handle> grab(std::uint32_t keyCode, std::uint32_t modifiers, std::uint32_t id) override;
+    std::optional<Handle> grab(std::uint32_t keyCode, std::uint32_t modifiers, std::uint32_t id,
+                                const Purpose& purpose) override;
     void release(Handle handle) override;
 
     // Runs `then` once the key of the hotkey being held is released, at once

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string_view>
+
+#include "platform/DesktopPlatform.h"
+
+namespace tavi::portal {
+
+// Whether Tavi runs in a Wayland session (through XWayland).
+bool isWaylandSession();
+
+// `platform` with its global shortcuts taken over by the desktop's shortcuts
+// portal (PortalShortcuts), everything else as it was. Without a session
+// bus there is no portal to ask: `platform` comes back as it is and the log
+// says so.
+std::unique_ptr<DesktopPlatform> withPortalShortcuts(std::unique_ptr<DesktopPlatform> platform,
+                                                     std::function<void(std::string_view)> log);
+
+}  // namespace tavi::portal

@@ -184,7 +184,7 @@ double median(std::vector<double> values) {
 }
 
 bool screenshots(TrayProcess& tray, X11TestClient& x, MapWatcher& maps) {
-    ChildProcess picture(TAVI_DESKTOP_HELPER, {"show-text", "2300", "300", "Screenshots keep their words",
+    ChildProcess picture(TAVI_DESKTOP_HELPER_PATH, {"show-text", "2300", "300", "Screenshots keep their words",
                                                "The quick brown fox jumps over the lazy dog", "截图里的文字也能翻译"});
     std::optional<tavi::Rect> shown;
     x.waitUntil([&] {

@@ -9,11 +9,11 @@ add_library(tavi_platform_x11 STATIC ${TAVI_X11_SOURCES} src/platform/DesktopPla
 target_link_libraries(tavi_platform_x11 PUBLIC tavi_core PkgConfig::XCB)
 
 set(CMAKE_AUTOMOC ON)
-# Global shortcuts through the desktop's portal on Wayland sessions; the X11
-# backend picks it there.
+# Global shortcuts and screenshots through the desktop's portal on Wayland
+# sessions; the X11 backend picks it there.
 file(GLOB TAVI_PORTAL_SOURCES CONFIGURE_DEPENDS src/platform/portal/*.cpp)
 add_library(tavi_platform_portal STATIC ${TAVI_PORTAL_SOURCES})
-target_link_libraries(tavi_platform_portal PUBLIC tavi_core Qt6::DBus PkgConfig::XCB)
+target_link_libraries(tavi_platform_portal PUBLIC tavi_core Qt6::DBus Qt6::Gui PkgConfig::XCB)
 target_link_libraries(tavi_platform_x11 PUBLIC tavi_platform_portal)
 
 # The shell's windows and widgets, in a library of their own so that the

@@ -83,14 +83,25 @@ void QtShellUi::showSettingsWindow() {
 
 void QtShellUi::startScreenshot() {
     // Nothing to ask for ahead of the capture: X lets every client read the
-    // screen, and the capture itself refuses a Wayland session.
+    // screen, and the capture itself refuses a Wayland session it cannot see.
     dismissScreenshotOverlays();
     // A recognition still running belongs to the screenshot given up.
-    ++screenshotGeneration_;
+    const std::uint64_t generation = ++screenshotGeneration_;
     // A key on one of them may be what restarts: deleted once it is handled.
     for (auto& window : screenshotWindows_) window.release()->deleteLater();
     screenshotWindows_.clear();
-    screenshotCapture_->start();
+    ScreenCapture& capture = desktop_.screenCapture();
+    if (!capture.picksRegion()) return screenshotCapture_->start();
+    // The desktop's own picker takes the place of the overlays.
+    capture.pickRegion([this, generation, alive = std::weak_ptr<void>(alive_)](RegionCaptureResult picked) {
+        if (alive.expired() || generation != screenshotGeneration_) return;
+        if (std::holds_alternative<ScreenCaptureCancelled>(picked)) return;
+        if (const auto* failure = std::get_if<ScreenCaptureFailure>(&picked))
+            return showNotice(screenshotFailure(failure->reason));
+        const ScreenImage& image = std::get<ScreenImage>(picked);
+        const Rect frame = image.screen.frame;
+        recognizeSelection({std::get<ScreenImage>(std::move(picked))}, frame, {0, 0, frame.width, frame.height});
+    });
 }
 
 void QtShellUi::showScreenshotOverlays() {

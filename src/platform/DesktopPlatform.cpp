@@ -39,9 +39,9 @@ DesktopPlatformResult openDesktopPlatform(EventLoop& loop, std::function<void(st
     auto connection = x11::X11Connection::open(loop, log, why);
     if (!connection) return {nullptr, why};
     auto platform = std::make_unique<x11::X11Platform>(std::move(connection));
-    // Everything but the shortcuts works through XWayland; a Wayland
-    // desktop hands out global shortcuts through its portal alone.
-    if (portal::isWaylandSession()) return {portal::withPortalShortcuts(std::move(platform), std::move(log)), {}};
+    // Everything but the shortcuts and the screen works through XWayland; a
+    // Wayland desktop hands those out through its portal alone.
+    if (portal::isWaylandSession()) return {portal::withPortal(std::move(platform), std::move(log)), {}};
     return {std::move(platform), {}};
 }
 

@@ -8,6 +8,7 @@
 //   tavi-desktop-helper fake-portal JOURNAL [OPTIONS]   serves a fake org.freedesktop.portal.Desktop (FakePortal.h)
 //       --global-shortcuts=VERSION    with org.freedesktop.portal.GlobalShortcuts at that version
 //       --bind-without-shortcuts      whose bind answers without listing the shortcuts
+//       --screenshot=FOLDER           with org.freedesktop.portal.Screenshot, saving its pictures there
 
 #include <QCoreApplication>
 #include <QGuiApplication>
@@ -36,6 +37,7 @@
 #include <string>
 
 #include "FakeGlobalShortcuts.h"
+#include "FakeScreenshot.h"
 #include "FakePortal.h"
 #include "SniWatcher.h"
 
@@ -76,7 +78,9 @@ int runWatcher(int argc, char** argv) {
 }
 
 int runFakePortal(int argc, char** argv) {
-    QCoreApplication application(argc, argv);
+    // Fonts for the pictures of the screenshot portal; no window is shown.
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    QGuiApplication application(argc, argv);
     QStringList options = QCoreApplication::arguments().mid(3);
     tavi::test::FakePortal portal(QDBusConnection::sessionBus(), QString::fromLocal8Bit(argv[2]));
     portal.add(std::make_unique<tavi::test::FakeHostRegistry>());
@@ -85,6 +89,8 @@ int runFakePortal(int argc, char** argv) {
         if (option.startsWith(QLatin1String("--global-shortcuts="))) {
             const unsigned version = option.section(QLatin1Char('='), 1).toUInt();
             portal.add(std::make_unique<tavi::test::FakeGlobalShortcuts>(version, bindReportsShortcuts));
+        } else if (option.startsWith(QLatin1String("--screenshot="))) {
+            portal.add(std::make_unique<tavi::test::FakeScreenshot>(option.section(QLatin1Char('='), 1)));
         } else {
             std::fprintf(stderr, "fake-portal: unknown option %s\n", qPrintable(option));
             return 2;

@@ -24,6 +24,10 @@ FakePortalProcess::FakePortalProcess(const Options& options) : journal_(dir_ / "
     if (options.globalShortcutsVersion)
         args.push_back("--global-shortcuts=" + std::to_string(*options.globalShortcutsVersion));
     if (!options.bindReportsShortcuts) args.push_back("--bind-without-shortcuts");
+    if (options.screenshot) {
+        std::filesystem::create_directory(picturesFolder());
+        args.push_back("--screenshot=" + picturesFolder().string());
+    }
     process_ = std::make_unique<ChildProcess>(TAVI_DESKTOP_HELPER_PATH, args, EnvVars{}, dir_ / "log");
     ready_ = runProgram(TAVI_DESKTOP_HELPER_PATH, {"wait-bus-name", kName, "10"}, "", {}, 20).exitCode == 0;
 }

@@ -21,6 +21,7 @@ public:
     struct Options {
         std::optional<unsigned> globalShortcutsVersion;  // nothing: no GlobalShortcuts
         bool bindReportsShortcuts = true;
+        bool screenshot = false;  // with Screenshot, its pictures in picturesFolder()
     };
 
     explicit FakePortalProcess(const Options& options);
@@ -29,6 +30,7 @@ public:
     FakePortalProcess& operator=(const FakePortalProcess&) = delete;
 
     bool ready() const { return ready_; }
+    std::filesystem::path picturesFolder() const { return dir_.path() / "pictures"; }
     // The calls made to it so far, oldest first, each as its journal has it
     // (sender, path, interface, member, args); only those of `member` when given.
     std::vector<Json> calls(std::string_view member = {}) const;

@@ -2,7 +2,10 @@
 // desktop's action, a rectangle dragged over text that cannot be selected,
 // and the popup.
 #include "ChildProcess.h"
+#include <filesystem>
+
 #include "DesktopFixture.h"
+#include "FakePortalProcess.h"
 
 namespace tavi::test {
 namespace {
@@ -27,7 +30,7 @@ protected:
         std::vector<std::string> args{"show-text", std::to_string(at.x), std::to_string(at.y)};
         args.insert(args.end(), lines.begin(), lines.end());
         const std::vector<xcb_window_t> before = x.findWindows("tavi-desktop-helper", "known text");
-        pictures_.push_back(std::make_unique<ChildProcess>(TAVI_DESKTOP_HELPER, args));
+        pictures_.push_back(std::make_unique<ChildProcess>(TAVI_DESKTOP_HELPER_PATH, args));
         std::optional<Rect> frame;
         EXPECT_TRUE(x.waitUntil([&] {
             for (xcb_window_t window : x.findWindows("tavi-desktop-helper", "known text"))
@@ -108,14 +111,53 @@ TEST_F(ScreenshotDesktopTest, TextDraggedOverIsTranslatedFromTheMenuAndTheDeskto
     EXPECT_EQ(service.texts().size(), 2u);
 }
 
-TEST_F(ScreenshotDesktopTest, AWaylandSessionIsToldItCannotBeCaptured) {
-    auto tray = startTavi({}, {{"XDG_SESSION_TYPE", "wayland"}});
-    x.movePointer({700, 500});
-    x.chord({XKey::altLeft, XKey::s});
+// On a Wayland desktop the desktop's own picker takes the overlays' place,
+// through its screenshot portal (a fake one on the test desktop's bus).
+TEST_F(ScreenshotDesktopTest, OnWaylandTheDesktopPicksTheRegionAndItsPictureIsReadAndRemoved) {
+    const EnvVars wayland{{"XDG_SESSION_TYPE", "wayland"}};
+    {
+        // Without the portal: told why, nothing sent.
+        auto tray = startTavi({}, wayland);
+        ASSERT_EQ(tray->tavi({"screenshot"}).exitCode, 0);
+        ASSERT_TRUE(x.waitUntil([&] { return popupShown(); })) << tray->log();
+        EXPECT_EQ(popupText(), "截图翻译失败：这个桌面没有提供截图服务（xdg-desktop-portal 的 Screenshot 接口）");
+        EXPECT_TRUE(overlays().empty());
+    }
+    FakePortalProcess::Options withScreenshots;
+    withScreenshots.screenshot = true;
+    FakePortalProcess portal(withScreenshots);
+    ASSERT_TRUE(portal.ready());
+    auto tray = startTavi({}, wayland);
+    const auto pick = [&](const std::string& text, unsigned response) {
+        ASSERT_TRUE(portal.control("SetPick", {"string:" + text, "uint32:" + std::to_string(response)}));
+        const std::size_t before = portal.calls("Screenshot").size();
+        ASSERT_EQ(tray->tavi({"screenshot"}).exitCode, 0);
+        ASSERT_TRUE(x.waitUntil([&] { return portal.calls("Screenshot").size() == before + 1; })) << tray->log();
+    };
+    const auto picturesLeft = [&] {
+        return std::distance(std::filesystem::directory_iterator(portal.picturesFolder()), {});
+    };
+
+    pick("Picked by the desktop\nThe quick brown fox", 0);
+    ASSERT_TRUE(x.waitUntil([&] { return service.texts().size() == 1; }, 30s)) << tray->log();
+    EXPECT_EQ(service.texts()[0], "Picked by the desktop\nThe quick brown fox");
     ASSERT_TRUE(x.waitUntil([&] { return popupShown(); })) << tray->log();
+    EXPECT_EQ(picturesLeft(), 0);
     EXPECT_TRUE(overlays().empty());
-    EXPECT_EQ(popupText(), "截图翻译失败：当前的 Wayland 会话不允许 Tavi 截取屏幕");
-    EXPECT_TRUE(service.texts().empty());
+    const Json call = portal.calls("Screenshot").back();
+    EXPECT_EQ(call["args"][0], "");
+    EXPECT_EQ(call["args"][1]["interactive"], true);
+    x.click({600, 900});
+    ASSERT_TRUE(x.waitUntil([&] { return !popupShown(); }));
+
+    // Cancelled in the picker: nothing at all.
+    pick("Not this", 1);
+    EXPECT_FALSE(x.waitUntil([&] { return popupShown(); }, 1s));
+    // Failed: told so. Nothing more was sent, and no picture stays behind.
+    pick("Nor this", 2);
+    EXPECT_TRUE(x.waitUntil([&] { return popupText() == "截图翻译失败：桌面的截图工具没有完成截图"; })) << tray->log();
+    EXPECT_EQ(service.texts().size(), 1u);
+    EXPECT_EQ(picturesLeft(), 0);
 }
 
 }  // namespace

@@ -5,17 +5,18 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "platform/portal/PortalScreenCapture.h"
 #include "platform/portal/PortalShortcuts.h"
 
 namespace tavi::portal {
 namespace {
 
-class PortalShortcutsPlatform final : public DesktopPlatform {
+class PortalPlatform final : public DesktopPlatform {
 public:
-    PortalShortcutsPlatform(std::unique_ptr<DesktopPlatform> inner, QDBusConnection bus,
-                            std::function<void(std::string_view)> log)
+    PortalPlatform(std::unique_ptr<DesktopPlatform> inner, QDBusConnection bus, std::function<void(std::string_view)> log)
         : inner_(std::move(inner)),
-          shortcuts_(std::move(bus), inner_->shortcuts(), inner_->keyboardLayout(), std::move(log)) {}
+          shortcuts_(bus, inner_->shortcuts(), inner_->keyboardLayout(), std::move(log)),
+          capture_(std::move(bus)) {}
 
     std::string name() const override { return inner_->name() + "+portal"; }
     GlobalShortcuts& shortcuts() override { return shortcuts_; }
@@ -25,13 +26,14 @@ public:
     KeySender& keySender() override { return inner_->keySender(); }
     Screens& screens() override { return inner_->screens(); }
     MouseDownMonitor& mouseDownMonitor() override { return inner_->mouseDownMonitor(); }
-    ScreenCapture& screenCapture() override { return inner_->screenCapture(); }
+    ScreenCapture& screenCapture() override { return capture_; }
     bool hasCompositor() override { return inner_->hasCompositor(); }
     CaptureAbilities captureAbilities() override { return inner_->captureAbilities(); }
 
 private:
     std::unique_ptr<DesktopPlatform> inner_;
     PortalShortcuts shortcuts_;
+    PortalScreenCapture capture_;
 };
 
 bool isSet(const char* name) {
@@ -46,15 +48,15 @@ bool isWaylandSession() {
     return isSet("WAYLAND_DISPLAY") || (type && std::strcmp(type, "wayland") == 0);
 }
 
-std::unique_ptr<DesktopPlatform> withPortalShortcuts(std::unique_ptr<DesktopPlatform> platform,
+std::unique_ptr<DesktopPlatform> withPortal(std::unique_ptr<DesktopPlatform> platform,
                                                      std::function<void(std::string_view)> log) {
     QDBusConnection bus = QDBusConnection::sessionBus();
     if (!bus.isConnected()) {
-        log("No session bus, so no global shortcuts portal on this Wayland desktop: Tavi's hotkeys work through "
-            "XWayland, only while an X11 window has the keyboard focus.");
+        log("No session bus, so no desktop portal on this Wayland desktop: Tavi's hotkeys work through XWayland, "
+            "only while an X11 window has the keyboard focus, and screenshots cannot be taken.");
         return platform;
     }
-    return std::make_unique<PortalShortcutsPlatform>(std::move(platform), std::move(bus), std::move(log));
+    return std::make_unique<PortalPlatform>(std::move(platform), std::move(bus), std::move(log));
 }
 
 }  // namespace tavi::portal

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <chrono>
 
+#include "platform/portal/PortalRequests.h"
 #include "platform/portal/PortalTrigger.h"
 
 namespace tavi::portal {
@@ -17,10 +18,8 @@ namespace {
 
 using namespace std::chrono_literals;
 
-const QString kService = QStringLiteral("org.freedesktop.portal.Desktop");
-const QString kPath = QStringLiteral("/org/freedesktop/portal/desktop");
+const QString& kPath = kPortalPath;
 const QString kShortcuts = QStringLiteral("org.freedesktop.portal.GlobalShortcuts");
-const QString kRequest = QStringLiteral("org.freedesktop.portal.Request");
 const QString kSession = QStringLiteral("org.freedesktop.portal.Session");
 const QString kRegistry = QStringLiteral("org.freedesktop.host.portal.Registry");
 const QString kProperties = QStringLiteral("org.freedesktop.DBus.Properties");
@@ -71,7 +70,12 @@ Q_DECLARE_METATYPE(tavi::portal::Shortcut)
 namespace tavi::portal {
 
 PortalShortcuts::PortalShortcuts(QDBusConnection bus, GlobalShortcuts& fallback, KeyboardLayout& layout, Log log)
-    : bus_(std::move(bus)), fallback_(fallback), layout_(layout), log_(std::move(log)), owner_(std::make_unique<QObject>()) {
+    : bus_(std::move(bus)),
+      requests_(bus_, QStringLiteral("tavi")),
+      fallback_(fallback),
+      layout_(layout),
+      log_(std::move(log)),
+      owner_(std::make_unique<QObject>()) {
     qDBusRegisterMetaType<Shortcut>();
     qDBusRegisterMetaType<QList<Shortcut>>();
     sink_ = new SignalSink([this](const QDBusMessage& message) { onSignal(message); });
@@ -90,7 +94,7 @@ PortalShortcuts::~PortalShortcuts() {
     // The desktop ends the session with the connection; ending it now, when
     // Tavi quits, needs no answer.
     if (!session_.isEmpty())
-        bus_.send(QDBusMessage::createMethodCall(kService, session_, kSession, QStringLiteral("Close")));
+        bus_.send(QDBusMessage::createMethodCall(kPortalService, session_, kSession, QStringLiteral("Close")));
 }
 
 void PortalShortcuts::installHandler(PressedHandler handler) {
@@ -136,8 +140,8 @@ void PortalShortcuts::probe() {
     // A host application is known to the portal by the id it registers
     // before its first request; a portal without the registry tells it
     // apart by other means, so its refusal changes nothing.
-    call(kPath, kRegistry, QStringLiteral("Register"), {qt(kApplicationId), QVariantMap()}, [this](const QDBusMessage&) {
-        call(kPath, kProperties, QStringLiteral("Get"), {kShortcuts, QStringLiteral("version")},
+    requests_.call(kPath, kRegistry, QStringLiteral("Register"), {qt(kApplicationId), QVariantMap()}, [this](const QDBusMessage&) {
+        requests_.call(kPath, kProperties, QStringLiteral("Get"), {kShortcuts, QStringLiteral("version")},
              [this](const QDBusMessage& reply) {
                  if (reply.type() != QDBusMessage::ReplyMessage) {
                      const QString error = reply.errorName();
@@ -192,7 +196,7 @@ void PortalShortcuts::sync() {
         // user take them (or not). What it decides comes as ShortcutsChanged.
         bound_ = std::move(bindings);
         const QVariantList arguments{QVariant::fromValue(QDBusObjectPath(session_)), QString(), QVariantMap()};
-        call(kPath, kShortcuts, QStringLiteral("ConfigureShortcuts"), arguments, [this](const QDBusMessage& reply) {
+        requests_.call(kPath, kShortcuts, QStringLiteral("ConfigureShortcuts"), arguments, [this](const QDBusMessage& reply) {
             if (reply.type() != QDBusMessage::ReplyMessage)
                 log_("The desktop did not open its shortcut settings: " + text(reply.errorMessage()));
         });
@@ -205,9 +209,10 @@ void PortalShortcuts::sync() {
 
 void PortalShortcuts::createSessionAndBind(std::vector<Binding> bindings) {
     busy_ = true;
-    const QString sessionToken = nextToken("tavi_session");
-    request(
-        QStringLiteral("CreateSession"), {QVariantMap{{QStringLiteral("session_handle_token"), sessionToken}}},
+    const QString sessionToken = requests_.nextToken(QStringLiteral("session"));
+    requests_.request(
+        kShortcuts, QStringLiteral("CreateSession"),
+        {QVariantMap{{QStringLiteral("session_handle_token"), sessionToken}}}, kResponseBound,
         [this, sessionToken, bindings = std::move(bindings)](std::uint32_t response, const QVariantMap& results) {
             if (response != 0)
                 return sessionFailed("the desktop refused a session (response " + std::to_string(response) + ")");
@@ -216,7 +221,7 @@ void PortalShortcuts::createSessionAndBind(std::vector<Binding> bindings) {
             session_ = handle.metaType() == QMetaType::fromType<QDBusObjectPath>()
                            ? handle.value<QDBusObjectPath>().path()
                            : handle.toString();
-            if (session_.isEmpty()) session_ = objectPath(QStringLiteral("session"), sessionToken);
+            if (session_.isEmpty()) session_ = requests_.objectPath(QStringLiteral("session"), sessionToken);
             sessionEverCreated_ = true;
             bus_.connect(QString(), session_, kSession, QStringLiteral("Closed"), sink_, SLOT(deliver(QDBusMessage)));
             bindShortcuts(bindings);
@@ -245,9 +250,10 @@ void PortalShortcuts::bindShortcuts(std::vector<Binding> bindings) {
     // Recorded before the answer, so that the same proposals are not bound
     // again when the user cancels the desktop's dialog.
     bound_ = std::move(bindings);
-    request(
-        QStringLiteral("BindShortcuts"),
+    requests_.request(
+        kShortcuts, QStringLiteral("BindShortcuts"),
         {QVariant::fromValue(QDBusObjectPath(session_)), QVariant::fromValue(shortcuts), QString(), QVariantMap()},
+        kResponseBound,
         [this](std::uint32_t response, const QVariantMap& results) {
             if (response != 0) log_("The desktop did not bind Tavi's shortcuts (response " + std::to_string(response) + ").");
             if (results.contains(QStringLiteral("shortcuts"))) {
@@ -265,8 +271,9 @@ void PortalShortcuts::bindShortcuts(std::vector<Binding> bindings) {
 }
 
 void PortalShortcuts::listShortcuts() {
-    request(
-        QStringLiteral("ListShortcuts"), {QVariant::fromValue(QDBusObjectPath(session_)), QVariantMap()},
+    requests_.request(
+        kShortcuts, QStringLiteral("ListShortcuts"), {QVariant::fromValue(QDBusObjectPath(session_)), QVariantMap()},
+        kResponseBound,
         [this](std::uint32_t, const QVariantMap& results) {
             if (results.contains(QStringLiteral("shortcuts"))) takeTriggers(results.value(QStringLiteral("shortcuts")));
             settled();
@@ -276,7 +283,7 @@ void PortalShortcuts::listShortcuts() {
 
 void PortalShortcuts::closeSession() {
     bus_.disconnect(QString(), session_, kSession, QStringLiteral("Closed"), sink_, SLOT(deliver(QDBusMessage)));
-    call(session_, kSession, QStringLiteral("Close"), {}, [](const QDBusMessage&) {});
+    requests_.call(session_, kSession, QStringLiteral("Close"), {}, [](const QDBusMessage&) {});
     session_.clear();
     bound_.reset();
 }
@@ -308,16 +315,6 @@ void PortalShortcuts::takeTriggers(const QVariant& shortcuts) {
 
 void PortalShortcuts::onSignal(const QDBusMessage& message) {
     const QList<QVariant> arguments = message.arguments();
-    if (message.interface() == kRequest) {
-        auto found = requests_.find(message.path());
-        if (found == requests_.end()) return;
-        Answered answered = std::move(found->second);
-        requests_.erase(found);
-        bus_.disconnect(QString(), message.path(), kRequest, QStringLiteral("Response"), sink_,
-                        SLOT(deliver(QDBusMessage)));
-        answered(arguments.value(0).toUInt(), qdbus_cast<QVariantMap>(arguments.value(1)));
-        return;
-    }
     if (message.interface() == kSession) {
         // The desktop ended the session: the next change binds in a new one.
         if (message.path() != session_) return;
@@ -336,62 +333,5 @@ void PortalShortcuts::onSignal(const QDBusMessage& message) {
     if (id && handler_) handler_(*id);
 }
 
-void PortalShortcuts::call(const QString& path, const QString& interface, const QString& method,
-                           const QVariantList& arguments, std::function<void(const QDBusMessage& reply)> done) {
-    QDBusMessage message = QDBusMessage::createMethodCall(kService, path, interface, method);
-    message.setArguments(arguments);
-    auto* watcher = new QDBusPendingCallWatcher(bus_.asyncCall(message), owner_.get());
-    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, owner_.get(),
-                     [watcher, done = std::move(done)] {
-                         watcher->deleteLater();
-                         done(watcher->reply());
-                     });
-}
-
-void PortalShortcuts::request(const QString& method, QVariantList arguments, Answered answered, Failed failed) {
-    const QString token = nextToken("tavi");
-    const QString path = objectPath(QStringLiteral("request"), token);
-    QVariantMap options = arguments.last().toMap();
-    options.insert(QStringLiteral("handle_token"), token);
-    arguments.last() = options;
-    bus_.connect(QString(), path, kRequest, QStringLiteral("Response"), sink_, SLOT(deliver(QDBusMessage)));
-    requests_.emplace(path, std::move(answered));
-    // Where the Response is awaited: a portal older than the predicted paths
-    // answers on a path of its own.
-    auto awaited = std::make_shared<QString>(path);
-    const auto forget = [this](const QString& at) {
-        bus_.disconnect(QString(), at, kRequest, QStringLiteral("Response"), sink_, SLOT(deliver(QDBusMessage)));
-        return requests_.erase(at) > 0;
-    };
-    call(kPath, kShortcuts, method, arguments, [this, awaited, forget, failed](const QDBusMessage& reply) {
-        if (reply.type() != QDBusMessage::ReplyMessage) {
-            if (forget(*awaited)) failed(reply.errorName() + QStringLiteral(": ") + reply.errorMessage());
-            return;
-        }
-        const QString actual = reply.arguments().value(0).value<QDBusObjectPath>().path();
-        auto found = requests_.find(*awaited);
-        if (actual.isEmpty() || actual == *awaited || found == requests_.end()) return;
-        Answered answered = std::move(found->second);
-        forget(*awaited);
-        *awaited = actual;
-        bus_.connect(QString(), actual, kRequest, QStringLiteral("Response"), sink_, SLOT(deliver(QDBusMessage)));
-        requests_.emplace(actual, std::move(answered));
-    });
-    QTimer::singleShot(kResponseBound, owner_.get(), [awaited, forget, failed] {
-        if (forget(*awaited)) failed(QStringLiteral("no response"));
-    });
-}
-
-QString PortalShortcuts::objectPath(const QString& kind, const QString& token) const {
-    // The portal's paths name the caller by its unique bus name, without
-    // the colon and with dots as underscores.
-    QString sender = bus_.baseService();
-    sender.remove(0, 1).replace(QLatin1Char('.'), QLatin1Char('_'));
-    return kPath + QLatin1Char('/') + kind + QLatin1Char('/') + sender + QLatin1Char('/') + token;
-}
-
-QString PortalShortcuts::nextToken(const char* prefix) {
-    return QString::fromLatin1(prefix) + QString::number(++tokens_);
-}
 
 }  // namespace tavi::portal

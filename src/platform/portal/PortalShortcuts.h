@@ -18,6 +18,7 @@
 #include "core/ObserverList.h"
 #include "platform/GlobalShortcuts.h"
 #include "platform/KeyboardLayout.h"
+#include "platform/portal/PortalRequests.h"
 
 class QTimer;
 
@@ -25,20 +26,6 @@ namespace tavi::portal {
 
 // The id the desktop knows Tavi by: its desktop file's name.
 inline constexpr std::string_view kApplicationId = "org.morvel.Tavi";
-
-// Qt D-Bus delivers signals to slots only: this one hands them on.
-class SignalSink final : public QObject {
-    Q_OBJECT
-
-public:
-    explicit SignalSink(std::function<void(const QDBusMessage&)> handler) : handler_(std::move(handler)) {}
-
-public slots:
-    void deliver(const QDBusMessage& message) { handler_(message); }
-
-private:
-    std::function<void(const QDBusMessage&)> handler_;
-};
 
 // Global shortcuts through the desktop's org.freedesktop.portal.GlobalShortcuts,
 // as Wayland desktops offer them: Tavi proposes, the desktop decides.
@@ -109,16 +96,8 @@ private:
     void onSignal(const QDBusMessage& message);
     void takeTriggers(const QVariant& shortcuts);
 
-    void call(const QString& path, const QString& interface, const QString& method, const QVariantList& arguments,
-              std::function<void(const QDBusMessage& reply)> done);
-    // A portal request: the options (the last argument) get a handle token,
-    // and the Response is listened for on the path it predicts before the
-    // call goes out, so that a quick answer is not missed.
-    void request(const QString& method, QVariantList arguments, Answered answered, Failed failed);
-    QString objectPath(const QString& kind, const QString& token) const;
-    QString nextToken(const char* prefix);
-
     QDBusConnection bus_;
+    PortalRequests requests_;
     GlobalShortcuts& fallback_;
     KeyboardLayout& layout_;
     Log log_;
@@ -134,8 +113,6 @@ private:
     bool busy_ = false;
     std::optional<std::vector<Binding>> bound_;  // what the session was last asked to bind
     std::map<std::string, std::string, std::less<>> triggers_;
-    std::map<QString, Answered> requests_;  // by request object path
-    std::uint64_t tokens_ = 0;
 
     // Owns the signal sink, the pending calls and the timers: dropped first,
     // so that nothing calls back into a half-destroyed object.

@@ -121,9 +121,10 @@ RecognitionOutcome failure(std::string reason) { return {std::nullopt, std::move
 // Debian's libtesseract spreads the network's gates over OpenMP threads,
 // a parallel region for every step of every line. Their hand-offs and spinning
 // cost more than they give: one thread reads the same region five to six
-// times faster. Their number is fixed in the library's code, so the only way
-// from here is to make every parallel region of the worker inactive, which
-// the per-thread level limit does. Without OpenMP there is nothing to do.
+// times faster. The library's code fixes how many threads each region asks
+// for, so the only way from here is to allow no active parallel level at
+// all: every region then runs in the thread that meets it. In the tray only
+// Tesseract uses OpenMP. Without OpenMP there is nothing to do.
 void runOpenMpRegionsInOneThread() {
     using SetMaxActiveLevels = void (*)(int);
     if (auto set = reinterpret_cast<SetMaxActiveLevels>(::dlsym(RTLD_DEFAULT, "omp_set_max_active_levels"))) set(0);

@@ -17,7 +17,8 @@ namespace tavi {
 // for Chinese), so every recognition runs on one worker thread of the
 // recogniser's own, which loads the engine on first use and keeps it for
 // the next call; it is loaded again only for another set of languages, and
-// let go after `idleRelease` without use, as it holds some 60 MB.
+// let go after `idleRelease` without use, as it holds some 70 MB (English
+// and Simplified Chinese).
 //
 // Calls are served one after another in the order they came; each answer is
 // posted to `owner`, the owning thread's loop, which must outlive the

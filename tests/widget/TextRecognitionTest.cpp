@@ -166,7 +166,7 @@ TEST_F(TextRecognitionTest, FailuresSayWhyInOneLine) {
 }
 
 TEST_F(TextRecognitionTest, LetsAnIdleEngineGoAndLoadsItAgain) {
-    TesseractRecognizer recognizer(loop, 1s, models.path());
+    TesseractRecognizer recognizer(loop, 400ms, models.path());
     std::vector<RecognitionOutcome> outcomes;
     recognizer.recognizeText(drawn(false, false), std::nullopt, Language::english, std::nullopt, into(outcomes));
     ASSERT_TRUE(runUntil([&] { return outcomes.size() == 1; }, 60s));

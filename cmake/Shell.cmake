@@ -8,6 +8,8 @@ file(GLOB TAVI_X11_SOURCES CONFIGURE_DEPENDS src/platform/x11/*.cpp)
 add_library(tavi_platform_x11 STATIC ${TAVI_X11_SOURCES} src/platform/DesktopPlatform.cpp)
 target_link_libraries(tavi_platform_x11 PUBLIC tavi_core PkgConfig::XCB)
 
+include(${CMAKE_CURRENT_LIST_DIR}/Recognition.cmake)
+
 set(CMAKE_AUTOMOC ON)
 # Global shortcuts and screenshots through the desktop's portal on Wayland
 # sessions; the X11 backend picks it there.
@@ -25,7 +27,7 @@ list(TRANSFORM tavi_app_logic_sources PREPEND "${CMAKE_SOURCE_DIR}/")
 list(REMOVE_ITEM TAVI_SHELL_SOURCES ${tavi_app_logic_sources} ${CMAKE_SOURCE_DIR}/src/app/main.cpp)
 add_library(tavi_shell STATIC ${TAVI_SHELL_SOURCES})
 qt_add_resources(tavi_shell tavi_icons PREFIX "/icons" BASE resources/icons FILES resources/icons/org.morvel.Tavi.svg)
-target_link_libraries(tavi_shell PUBLIC tavi_app_logic tavi_platform_x11 Qt6::Widgets Qt6::Svg Qt6::DBus)
+target_link_libraries(tavi_shell PUBLIC tavi_app_logic tavi_platform_x11 tavi_recognition Qt6::Widgets Qt6::Svg Qt6::DBus)
 target_compile_definitions(tavi_shell PRIVATE TAVI_VERSION="${PROJECT_VERSION}")
 
 qt_add_executable(tavi-tray src/app/main.cpp)

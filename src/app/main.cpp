@@ -20,7 +20,7 @@
 #include "app/QtEventLoop.h"
 #include "app/QtShellUi.h"
 #include "app/SettingsFileWatcher.h"
-#include "capture/TextRecognition.h"
+#include "capture/tesseract/TesseractRecognizer.h"
 #include "core/CurlHttpClient.h"
 #include "core/ThreadPool.h"
 #include "report/StartupReportService.h"
@@ -52,21 +52,6 @@ void quitOnTerminationSignals(QObject* context, const std::function<void()>& qui
     sigaction(SIGTERM, &action, nullptr);
     sigaction(SIGINT, &action, nullptr);
 }
-
-// TEMPORARY, until the on-device recogniser is merged: every screenshot
-// ends in "截图翻译失败：文字识别尚未就绪". Replace with the real one.
-class PendingTextRecognizer final : public tavi::TextRecognizer {
-public:
-    explicit PendingTextRecognizer(tavi::EventLoop& loop) : loop_(loop) {}
-    std::optional<std::vector<std::string>> supportedLocales() override { return std::nullopt; }
-    void recognizeText(tavi::RecognitionImage, std::optional<tavi::NormalizedRect>, tavi::Language,
-                       std::optional<tavi::Language>, std::function<void(tavi::RecognitionOutcome)> done) override {
-        loop_.post([done = std::move(done)] { done({std::nullopt, "文字识别尚未就绪"}); });
-    }
-
-private:
-    tavi::EventLoop& loop_;
-};
 
 }  // namespace
 
@@ -132,7 +117,7 @@ int main(int argc, char** argv) {
                                               delegate->translateAndShow(std::move(text));
                                       });
     SelectedTextCapture capture(desktop.selection(), desktop.clipboard(), desktop.keySender(), loop);
-    PendingTextRecognizer recognizer(loop);  // TEMPORARY: see above
+    TesseractRecognizer recognizer(loop);
     QtShellUi ui(desktop, [&quit] { quit(); },
                  {settings, TranslationService::shared(), desktop,
                   [](bool suspended) {

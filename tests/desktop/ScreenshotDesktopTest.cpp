@@ -65,8 +65,14 @@ TEST_F(ScreenshotDesktopTest, EveryMonitorIsCoveredUntilEscapeOnEitherAndTheHotk
         ASSERT_TRUE(x.waitUntil([&] { return overlaysCoverBothMonitors(); }))
             << testing::PrintToString(overlays()) << tray->log();
         // Again while they are open: a fresh pair, not a second one.
+        const std::vector<xcb_window_t> first = x.findWindows("Tavi", kOverlayTitle);
         x.chord({XKey::altLeft, XKey::s});
-        ASSERT_TRUE(x.waitUntil([&] { return overlaysCoverBothMonitors(); })) << tray->log();
+        ASSERT_TRUE(x.waitUntil([&] {
+            const std::vector<xcb_window_t> now = x.findWindows("Tavi", kOverlayTitle);
+            return std::none_of(now.begin(), now.end(),
+                                [&](xcb_window_t window) { return std::count(first.begin(), first.end(), window); }) &&
+                   overlaysCoverBothMonitors();
+        })) << tray->log();
         // A click is no selection: they stay for another try.
         x.click({pointer.x + 40, pointer.y + 40});
         x.chord({XKey::a});
@@ -92,12 +98,13 @@ TEST_F(ScreenshotDesktopTest, TextDraggedOverIsTranslatedFromTheMenuAndTheDeskto
     EXPECT_EQ(service.texts(), std::vector<std::string>{"Screenshots keep their words\nThe quick brown fox"});
     EXPECT_EQ(popupText(), "译：Screenshots keep their words\nThe quick brown fox");
 
-    // Text at a monitor's edge: the drag goes on past it, the selection stops there.
-    const Rect edge = showText({1650, 700}, {"At the edge"});
-    ASSERT_LE(edge.right(), kFirstMonitor.right());
+    // A window across two monitors: the drag over its first line goes on
+    // past the first monitor's edge, the selection stops there.
+    const Rect edge = showText({1680, 700}, {"At the edge", "", "and a second line running past the edge"});
+    ASSERT_GT(edge.right(), kFirstMonitor.right() + 60);
     ASSERT_EQ(tray->tavi({"screenshot"}).exitCode, 0);
     ASSERT_TRUE(x.waitUntil([&] { return overlaysCoverBothMonitors(); })) << tray->log();
-    x.drag({edge.x - 12, edge.y - 12}, {2300, edge.bottom() + 12});
+    x.drag({edge.x + 8, edge.y + 8}, {2300, edge.y + edge.height / 2});
     ASSERT_TRUE(x.waitUntil([&] { return service.texts().size() == 2; }, 30s)) << tray->log();
     EXPECT_EQ(service.texts().at(1), "At the edge");
 

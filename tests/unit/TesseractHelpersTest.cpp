@@ -44,6 +44,17 @@ TEST(TesseractHelpers, RegionOfInterestBecomesPixelsCutToTheImage) {
     for (const auto& c : cases) EXPECT_EQ(pixelRegion(c.region, 200, 100), c.expected);
 }
 
+TEST(TesseractHelpers, ModelsLoadedTogetherAsTesseractReadsThemBest) {
+    using Locales = std::vector<std::string>;
+    const std::pair<Locales, Locales> cases[] = {
+        {{"zh-Hans", "zh-Hant", "en-US"}, {"eng", "chi_sim"}},
+        {{"zh-Hant", "ja-JP", "zh-Hans", "ko-KR", "fr-FR"}, {"kor", "fra", "chi_tra", "jpn"}},
+        {{"th-TH", "xx-XX", "ar", "vi-VN"}, {"ara", "vie", "tha"}},
+        {{"xx-XX"}, {}},
+    };
+    for (const auto& [locales, models] : cases) EXPECT_EQ(tesseractLanguages(locales), models);
+}
+
 TEST(TesseractHelpers, SupportedLocalesAreTheInstalledModelsOfTheKnownLanguages) {
     test::TempDir models("tavi-tessdata");
     for (const char* file : {"osd.traineddata", "eng.traineddata", "xyz.traineddata", "ara.traineddata",

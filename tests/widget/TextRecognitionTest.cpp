@@ -152,7 +152,7 @@ TEST_F(TextRecognitionTest, FailuresSayWhyInOneLine) {
         {broken.path(), drawn(false, false), "文字识别引擎无法加载语言模型（eng）"},
         // No list to filter by: the ten defaults, of which these are not there.
         {empty / "missing", drawn(false, false),
-         "文字识别引擎无法加载语言模型（chi_sim+chi_tra+eng+jpn+kor+fra+deu+spa+por+ita）"},
+         "文字识别引擎无法加载语言模型（eng+kor+fra+deu+spa+por+ita+chi_sim+jpn）"},
         {models.path(), torn, "截图图像无效，无法识别文字"},
     };
     for (const auto& c : cases) {

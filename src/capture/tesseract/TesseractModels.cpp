@@ -42,6 +42,25 @@ std::optional<std::string_view> tesseractModel(std::string_view locale) {
     return std::nullopt;
 }
 
+std::vector<std::string> tesseractLanguages(const std::vector<std::string>& locales) {
+    constexpr std::array<std::string_view, 4> kWithoutBlanks{"chi_sim", "chi_tra", "jpn", "tha"};
+    const auto writesBlanks = [&](const std::string& model) {
+        return std::find(kWithoutBlanks.begin(), kWithoutBlanks.end(), model) == kWithoutBlanks.end();
+    };
+    std::vector<std::string> models;
+    bool chinese = false;
+    for (const std::string& locale : locales) {
+        const std::optional<std::string_view> model = tesseractModel(locale);
+        if (!model) continue;
+        const bool isChinese = model->starts_with("chi_");
+        if (isChinese && chinese) continue;
+        chinese = chinese || isChinese;
+        models.emplace_back(*model);
+    }
+    std::stable_partition(models.begin(), models.end(), writesBlanks);
+    return models;
+}
+
 std::optional<std::vector<std::string>> installedRecognitionLocales(const std::filesystem::path& directory) {
     std::error_code error;
     std::vector<std::string> installed;  // model names

@@ -205,9 +205,7 @@ private:
 
         const auto locales =
             chooseRecognitionLocales(request.source, request.target, installedRecognitionLocales(dataDirectory_));
-        std::vector<std::string> models;
-        for (const auto& locale : locales)
-            if (auto model = tesseractModel(locale)) models.emplace_back(*model);
+        const std::vector<std::string> models = tesseractLanguages(locales);
         if (models.empty()) return failure("没有安装文字识别的语言模型");
         if (auto failed = loadEngine(models)) return failure(std::move(*failed));
 

@@ -9,7 +9,9 @@
 # pointer from. Weston's headless backend has no seat at all (no keyboard, no
 # pointer, so no focus and no selections), so weston runs on its X11 backend
 # inside a hidden Xvfb instead: XTest key presses and pointer moves there are
-# the user's hands, and reach Wayland and X11 windows alike, as real input does.
+# the user's hands, and reach Wayland and X11 windows alike, as real input does
+# (a pointer moved there should go out of weston's window and in again first:
+# see below).
 # Exits 77 (skipped) when weston or Xwayland is not installed.
 set -euo pipefail
 helper="$1"
@@ -38,8 +40,12 @@ mkdir -m 700 "$XDG_RUNTIME_DIR"
 export XDG_CONFIG_HOME="$work/config"
 mkdir "$XDG_CONFIG_HOME"
 
+# Weston's window takes the top-left 1920x1080 of it. Weston moves its
+# pointer by the distance the X pointer moved, and puts it where the X pointer
+# is only when that enters its window: the margin is where the pointer goes
+# out, so that it comes in exactly where it is sent.
 mkfifo "$work/display"
-Xvfb -displayfd 3 -noreset -nolisten tcp -screen 0 1920x1080x24 3>"$work/display" 2>"$work/xvfb.log" &
+Xvfb -displayfd 3 -noreset -nolisten tcp -screen 0 2000x1200x24 3>"$work/display" 2>"$work/xvfb.log" &
 pids+=($!)
 if ! read -r -t 20 number <"$work/display"; then
   echo "run-wayland-desktop: Xvfb did not start" >&2; cat "$work/xvfb.log" >&2; exit 1
@@ -54,7 +60,7 @@ pids+=($!)
 # the display it took (the first free number) is only in its log.
 xdisplay=""
 for _ in $(seq 200); do
-  xdisplay="$(sed -n 's/.*xserver listening on display \(:[0-9]*\).*/\1/p' "$work/weston.log" 2>/dev/null | head -n1)"
+  xdisplay="$(sed -n 's/.*xserver listening on display \(:[0-9]*\).*/\1/p' "$work/weston.log" 2>/dev/null | head -n1 || true)"
   [ -n "$xdisplay" ] && [ -S "$XDG_RUNTIME_DIR/$socket" ] && break
   sleep 0.1
 done

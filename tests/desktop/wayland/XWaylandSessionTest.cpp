@@ -201,6 +201,17 @@ TEST_F(XWaylandSessionTest, PointerIsKnownOnlyOverX11Windows) {
     const Rect area = tavi->screens().screens().front().available;
     EXPECT_EQ(tavi->screens().pointerPosition(), (Point{area.x + area.width / 2, area.y + area.height / 2}));
 
+    // Clicks are X's only on X11 windows: one on a Wayland window does not
+    // close Tavi's popup.
+    int clicks = 0;
+    Subscription watching = tavi->mouseDownMonitor().watch([&](MouseDown) { ++clicks; });
+    hands.click(kOnX11);
+    EXPECT_TRUE(runUntil([&] { return clicks == 1; }));
+    hands.click(kOnWayland);
+    settle();
+    std::printf("seen: clicks on the X11 and then the Wayland window: X reported %d\n", clicks);
+    EXPECT_EQ(clicks, 1);
+
     // XTest moves X's own pointer, not the compositor's: the Wayland window
     // hears nothing of it.
     const int motions = wayland.motions();

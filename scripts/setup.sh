@@ -21,6 +21,9 @@ packages=(
   # The desktop tests: an X server, a window manager, a session bus and the
   # tools that play the user's other programs.
   xvfb openbox dbus-daemon dbus-bin libglib2.0-bin x11-xserver-utils x11-xkb-utils xclip
+  # The Wayland session: weston with XWayland, its demo clients and the
+  # Wayland clipboard's command line, to see what an X11 client reaches there.
+  weston xwayland wl-clipboard
   # A real terminal emulator, to check that the copy fallback never interrupts one.
   xterm
   # Fuzzing and the Unicode data the grapheme test checks against.

@@ -9,6 +9,8 @@
 //       --global-shortcuts=VERSION    with org.freedesktop.portal.GlobalShortcuts at that version
 //       --bind-without-shortcuts      whose bind answers without listing the shortcuts
 //       --screenshot=FOLDER           with org.freedesktop.portal.Screenshot, saving its pictures there
+//   tavi-desktop-helper selection-owner NAME   prints the window owning selection NAME (0x0: none),
+//       without opening a window itself: a window manager hears nothing of it
 
 #include <QCoreApplication>
 #include <QGuiApplication>
@@ -205,6 +207,19 @@ int showText(int argc, char** argv) {
     window.setPosition(std::atoi(argv[2]), std::atoi(argv[3]));
     window.show();
     return QGuiApplication::exec();
+int printSelectionOwner(const char* selection) {
+    xcb_connection_t* c = xcb_connect(nullptr, nullptr);
+    if (xcb_connection_has_error(c)) return 2;
+    xcb_intern_atom_reply_t* atom =
+        xcb_intern_atom_reply(c, xcb_intern_atom(c, 0, static_cast<std::uint16_t>(std::strlen(selection)), selection), nullptr);
+    xcb_get_selection_owner_reply_t* owner =
+        atom ? xcb_get_selection_owner_reply(c, xcb_get_selection_owner(c, atom->atom), nullptr) : nullptr;
+    if (owner) std::printf("%#x\n", owner->owner);
+    const int status = owner ? 0 : 1;
+    std::free(owner);
+    std::free(atom);
+    xcb_disconnect(c);
+    return status;
 }
 
 }  // namespace
@@ -217,8 +232,9 @@ int main(int argc, char** argv) {
     if (argc >= 4 && std::strcmp(argv[1], "wait-bus-name") == 0)
         return waitForBusName(argc, argv, QString::fromLocal8Bit(argv[2]), std::atof(argv[3]));
     if (argc >= 3 && std::strcmp(argv[1], "wait-wm") == 0) return waitForWindowManager(std::atof(argv[2]));
+    if (argc >= 3 && std::strcmp(argv[1], "selection-owner") == 0) return printSelectionOwner(argv[2]);
     std::fprintf(stderr,
                  "usage: tavi-desktop-helper wait-wm SECONDS | sni-watcher | wait-bus-name NAME SECONDS | screenshot FILE"
-                 " | show-text X Y LINE... | fake-portal JOURNAL\n");
+                 " | show-text X Y LINE... | fake-portal JOURNAL | selection-owner NAME\n");
     return 2;
 }

@@ -21,8 +21,8 @@ struct Freed {
 
 }  // namespace
 
-X11TestClient::X11TestClient() {
-    connection_ = xcb_connect(nullptr, nullptr);
+X11TestClient::X11TestClient(const char* display) {
+    connection_ = xcb_connect(display, nullptr);
     if (xcb_connection_has_error(connection_)) throw std::runtime_error("no X server (DISPLAY)");
     root_ = xcb_setup_roots_iterator(xcb_get_setup(connection_)).data->root;
 }

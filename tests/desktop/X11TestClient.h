@@ -26,7 +26,8 @@ inline constexpr std::uint8_t controlLeft = 37, shiftLeft = 50, altLeft = 64, su
 // the server has them).
 class X11TestClient {
 public:
-    X11TestClient();
+    // On `display` (":1"...); DISPLAY's when none is given.
+    explicit X11TestClient(const char* display = nullptr);
     ~X11TestClient();
     X11TestClient(const X11TestClient&) = delete;
     X11TestClient& operator=(const X11TestClient&) = delete;

@@ -20,15 +20,22 @@ constexpr std::uint32_t kPositionOfC = 8;
 
 }  // namespace
 
-X11KeySender::X11KeySender(X11Connection& connection, X11Keyboard& keyboard, X11Shortcuts& shortcuts)
-    : connection_(connection), keyboard_(keyboard), shortcuts_(shortcuts) {
+X11KeySender::X11KeySender(X11Connection& connection, X11Keyboard& keyboard, X11Shortcuts& shortcuts,
+                           bool throughXWayland)
+    : connection_(connection), keyboard_(keyboard), shortcuts_(shortcuts), throughXWayland_(throughXWayland) {
     const xcb_query_extension_reply_t* xtest = xcb_get_extension_data(connection_.raw(), &xcb_test_id);
     available_ = xtest && xtest->present;
     if (!available_) connection_.log()("The X server has no XTest extension: selected text can only be read from PRIMARY.");
 }
 
 bool X11KeySender::focusedApplicationCopies() {
-    const std::string wmClass = focusedWindowClass();
+    // X drops key presses while no window has the focus. A Wayland window
+    // with the keyboard focus leaves X's there (weston) or on a window of the
+    // compositor's own: Control+C would reach nobody, and the clipboard read
+    // after it would hand over whatever was copied long before.
+    const std::optional<std::string> focused = focusedWindowClass();
+    if (!focused || (throughXWayland_ && focused->empty())) return false;
+    const std::string& wmClass = *focused;
     const std::size_t separator = wmClass.find('\0');
     const std::string_view instance = std::string_view(wmClass).substr(0, separator);
     const std::string_view className =
@@ -47,12 +54,13 @@ std::string X11KeySender::windowClass(xcb_window_t window) {
     return text;
 }
 
-std::string X11KeySender::focusedWindowClass() {
+std::optional<std::string> X11KeySender::focusedWindowClass() {
     xcb_connection_t* c = connection_.raw();
     auto focus = connection_.reply<xcb_get_input_focus_reply_t>(xcb_get_input_focus_reply, xcb_get_input_focus(c));
     // Toolkits focus their client window or a window inside it: the class is
     // on the nearest window up the tree that has one.
     xcb_window_t window = focus ? focus->focus : xcb_window_t{XCB_WINDOW_NONE};
+    if (window == XCB_WINDOW_NONE) return std::nullopt;
     constexpr xcb_window_t kPointerRoot = 1;
     for (int depth = 0; depth < 16 && window != XCB_WINDOW_NONE && window != kPointerRoot &&
                         window != connection_.root();
@@ -62,6 +70,9 @@ std::string X11KeySender::focusedWindowClass() {
         if (!tree) break;
         window = tree->parent;
     }
+    // Compositors focus X11 client windows themselves; what else holds X's
+    // focus there is theirs, and no application.
+    if (throughXWayland_) return std::string();
     // A window manager that focuses its frames, or focus following the
     // pointer: the window manager's idea of the active window.
     auto active = connection_.reply<xcb_get_property_reply_t>(
@@ -69,7 +80,7 @@ std::string X11KeySender::focusedWindowClass() {
                                                  XCB_ATOM_WINDOW, 0, 1));
     if (active && active->format == 32 && xcb_get_property_value_length(active.get()) == 4)
         return windowClass(*static_cast<const xcb_window_t*>(xcb_get_property_value(active.get())));
-    return {};
+    return std::string();
 }
 
 void X11KeySender::sendCopy(std::function<void()> sent) {

@@ -34,6 +34,7 @@ public:
 
 private:
     std::unique_ptr<X11Connection> connection_;
+    bool xWayland_;
     X11Keyboard keyboard_;
     X11Shortcuts shortcuts_;
     X11Selections selections_;

@@ -18,7 +18,8 @@ Rect intersection(const Rect& a, const Rect& b) {
 
 }  // namespace
 
-X11Screens::X11Screens(X11Connection& connection) : connection_(connection) {
+X11Screens::X11Screens(X11Connection& connection, bool throughXWayland)
+    : connection_(connection), throughXWayland_(throughXWayland) {
     const xcb_query_extension_reply_t* randr = xcb_get_extension_data(connection_.raw(), &xcb_randr_id);
     if (randr && randr->present) {
         auto version = connection_.reply<xcb_randr_query_version_reply_t>(
@@ -31,7 +32,19 @@ std::optional<Point> X11Screens::pointerPosition() {
     auto pointer = connection_.reply<xcb_query_pointer_reply_t>(xcb_query_pointer_reply,
                                                                 xcb_query_pointer(connection_.raw(), connection_.root()));
     if (!pointer) return std::nullopt;
-    return Point{pointer->root_x, pointer->root_y};
+    const Point at{pointer->root_x, pointer->root_y};
+    // XWayland hears of the pointer only while it is over an X11 window. Over
+    // a Wayland window none is under it and the position is where it last
+    // left one (the middle of the screen before it ever entered one): a popup
+    // there would open far from the user's eyes. The middle of that monitor
+    // is where they find it.
+    if (!throughXWayland_ || pointer->child != XCB_WINDOW_NONE) return at;
+    const std::vector<ScreenInfo> all = screens();
+    auto screen = std::find_if(all.begin(), all.end(), [&](const ScreenInfo& s) { return s.frame.contains(at); });
+    if (screen == all.end()) screen = std::find_if(all.begin(), all.end(), [](const ScreenInfo& s) { return s.primary; });
+    if (screen == all.end()) screen = all.begin();
+    if (screen == all.end()) return at;
+    return Point{screen->available.x + screen->available.width / 2, screen->available.y + screen->available.height / 2};
 }
 
 std::optional<Rect> X11Screens::workArea() {

@@ -7,10 +7,11 @@
 namespace tavi::x11 {
 
 // Monitors from RandR, their free areas from the window manager's work area,
-// and positions straight from the X server.
+// and positions straight from the X server. Through XWayland the pointer is
+// known only over X11 windows.
 class X11Screens final : public Screens {
 public:
-    explicit X11Screens(X11Connection& connection);
+    X11Screens(X11Connection& connection, bool throughXWayland);
     std::optional<Point> pointerPosition() override;
     std::vector<ScreenInfo> screens() override;
     std::optional<Rect> windowFrame(NativeWindowId window) override;
@@ -19,6 +20,7 @@ private:
     std::optional<Rect> workArea();
     X11Connection& connection_;
     bool randr_ = false;
+    bool throughXWayland_;
 };
 
 // Raw button presses on the root window through XInput 2: they arrive

@@ -207,6 +207,8 @@ int showText(int argc, char** argv) {
     window.setPosition(std::atoi(argv[2]), std::atoi(argv[3]));
     window.show();
     return QGuiApplication::exec();
+}
+
 int printSelectionOwner(const char* selection) {
     xcb_connection_t* c = xcb_connect(nullptr, nullptr);
     if (xcb_connection_has_error(c)) return 2;

@@ -18,8 +18,11 @@
 
 #include "ChildProcess.h"
 #include "CliRunner.h"
+#include "FakeChatServices.h"
+#include "FakePortalProcess.h"
 #include "GeometryPrinters.h"
 #include "TestApplication.h"
+#include "TrayProcess.h"
 #include "X11TestClient.h"
 #include "app/QtEventLoop.h"
 #include "platform/x11/X11Platform.h"
@@ -229,7 +232,7 @@ TEST_F(XWaylandSessionTest, KeysAndGrabsReachX11OnlyWhileAnX11WindowHasTheFocus)
     ASSERT_TRUE(pointAtX11());
     int fired = 0;
     tavi->shortcuts().installHandler([&](std::uint32_t) { ++fired; });
-    ASSERT_TRUE(tavi->shortcuts().grab(0, HotkeyModifier::option, 1));  // Alt+A
+    ASSERT_TRUE(tavi->shortcuts().grab(0, HotkeyModifier::option, 1, {"translate-selected-text", "翻译选中文字"}));  // Alt+A
 
     // An X11 window has the focus: the hotkey fires, XTest keys reach it,
     // and Tavi's copy fallback may send Control+C.
@@ -326,6 +329,33 @@ TEST_F(XWaylandSessionTest, ClipboardCrossesBothWaysPrimaryNeither) {
                     seen.c_str());
         EXPECT_EQ(seen == text, c.crosses) << seen;
     }
+}
+
+}  // namespace
+}  // namespace tavi::test
+
+namespace tavi::test {
+namespace {
+
+// Tavi itself on weston, with the desktop's portal (a fake one) on the bus:
+// its tray item, its hotkeys bound through the portal, and the desktop's
+// activation of one showing the popup.
+TEST_F(XWaylandSessionTest, TrayRunsWithThePortalsShortcutsAndAnActivationShowsThePopup) {
+    FakePortalProcess::Options options;
+    options.globalShortcutsVersion = 1;
+    FakePortalProcess portal(options);
+    ASSERT_TRUE(portal.ready());
+    TestApplication editor;
+    editor.own("PRIMARY", {{"UTF8_STRING", "Selected on weston"}});
+    FakeOpenAIService service;
+    TrayProcess tray(service.environment(), {{"openAIAPIKey", "sk-weston"}});
+    ASSERT_TRUE(runUntil([&] { return tray.started() && tray.trayItem().has_value(); }, 20s)) << tray.log();
+    ASSERT_TRUE(runUntil([&] { return portal.calls("BindShortcuts").size() == 1; })) << tray.log();
+    EXPECT_EQ(portal.calls("BindShortcuts")[0]["args"][1].size(), 4u);
+
+    ASSERT_TRUE(portal.control("Activate", {"string:translate-selected-text"}));
+    EXPECT_TRUE(runUntil([&] { return x.findWindow("Tavi", "Tavi").has_value(); })) << tray.log();
+    EXPECT_EQ(service.texts(), std::vector<std::string>{"Selected on weston"});
 }
 
 }  // namespace

@@ -25,6 +25,7 @@
 #include <string>
 #include <vector>
 
+#include "CharacterAccuracy.h"
 #include "app/QtEventLoop.h"
 #include "capture/tesseract/RecognizedText.h"
 #include "capture/tesseract/TesseractRecognizer.h"
@@ -71,22 +72,6 @@ std::string expectedText() {
     return text;
 }
 
-double accuracy(const std::string& read, const std::string& expected) {
-    const std::u32string a = QString::fromStdString(read).toStdU32String();
-    const std::u32string b = QString::fromStdString(expected).toStdU32String();
-    std::vector<std::size_t> row(b.size() + 1);
-    for (std::size_t j = 0; j <= b.size(); ++j) row[j] = j;
-    for (std::size_t i = 1; i <= a.size(); ++i) {
-        std::size_t diagonal = row[0];
-        row[0] = i;
-        for (std::size_t j = 1; j <= b.size(); ++j) {
-            const std::size_t above = row[j];
-            row[j] = std::min({row[j] + 1, row[j - 1] + 1, diagonal + (a[i - 1] != b[j - 1] ? 1 : 0)});
-            diagonal = above;
-        }
-    }
-    return 1.0 - static_cast<double>(row[b.size()]) / static_cast<double>(b.size());
-}
 
 double residentMegabytes() {
     std::ifstream status("/proc/self/status");
@@ -176,7 +161,7 @@ int main(int argc, char** argv) {
     std::vector<double> warm;
     for (int i = 0; i < 10; ++i) warm.push_back(recognize());
     const double residentWarm = residentMegabytes();
-    const double ours = accuracy(text, expectedText());
+    const double ours = test::characterAccuracy(text, expectedText());
 
     // The same lines 4 pixels smaller (10 to 16 px), as screens at 100% show
     // menus and small print.
@@ -184,7 +169,7 @@ int main(int argc, char** argv) {
     pixels.pixels.assign(small.constBits(), small.constBits() + small.sizeInBytes());
     std::vector<double> smallTimes;
     for (int i = 0; i < 3; ++i) smallTimes.push_back(recognize());
-    const double smallAccuracy = accuracy(text, expectedText());
+    const double smallAccuracy = test::characterAccuracy(text, expectedText());
     runUntil([&] { return !recognizer.engineLoaded(); });
     const double residentReleased = residentMegabytes();
 
@@ -215,7 +200,7 @@ int main(int argc, char** argv) {
                 median(commandOneThread));
     std::printf("  warm median / command = %.0f%% (budget 50%%)\n", 100 * warmMedian / commandMedian);
     std::printf("  accuracy: recogniser %.1f%%, command %.1f%% (1 - edit distance / length)\n", 100 * ours,
-                100 * accuracy(commandText, expectedText()));
+                100 * test::characterAccuracy(commandText, expectedText()));
     std::printf("  resident memory: %.0f MB before, %.0f MB with the warm engine (+%.0f), %.0f MB after it was let "
                 "go\n",
                 residentBefore, residentWarm, residentWarm - residentBefore, residentReleased);

@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "CharacterAccuracy.h"
 #include "TestFiles.h"
 #include "WidgetFixture.h"
 #include "capture/tesseract/TesseractRecognizer.h"
@@ -60,23 +61,6 @@ RecognitionImage drawn(bool dark, bool withText = true) {
     return out;
 }
 
-// 1 - (edit distance / expected length), over characters.
-double accuracy(const std::string& read, const std::string& expected) {
-    const std::u32string a = QString::fromStdString(read).toStdU32String();
-    const std::u32string b = QString::fromStdString(expected).toStdU32String();
-    std::vector<std::size_t> row(b.size() + 1);
-    for (std::size_t j = 0; j <= b.size(); ++j) row[j] = j;
-    for (std::size_t i = 1; i <= a.size(); ++i) {
-        std::size_t diagonal = row[0];
-        row[0] = i;
-        for (std::size_t j = 1; j <= b.size(); ++j) {
-            const std::size_t above = row[j];
-            row[j] = std::min({row[j] + 1, row[j - 1] + 1, diagonal + (a[i - 1] != b[j - 1] ? 1 : 0)});
-            diagonal = above;
-        }
-    }
-    return 1.0 - static_cast<double>(row[b.size()]) / static_cast<double>(b.size());
-}
 
 class TextRecognitionTest : public WidgetTest {
 protected:
@@ -123,7 +107,7 @@ TEST_F(TextRecognitionTest, ReadsEachImageInTurnLineByLine) {
             EXPECT_EQ(text, "");
             continue;
         }
-        EXPECT_GE(accuracy(text, reads[i].expected), 0.95) << text;
+        EXPECT_GE(characterAccuracy(text, reads[i].expected), 0.95) << text;
         EXPECT_EQ(std::count(text.begin(), text.end(), '\n'),
                   std::count(reads[i].expected.begin(), reads[i].expected.end(), '\n'))
             << text;

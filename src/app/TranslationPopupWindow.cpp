@@ -150,7 +150,7 @@ void TranslationPopupWindow::outsideClick(const MouseDown& down) {
     const std::optional<Rect> frame = desktop_.screens().windowFrame(static_cast<NativeWindowId>(winId()));
     const QRect qtFrame = frameGeometry();
     const Rect where = frame.value_or(Rect{qtFrame.x(), qtFrame.y(), qtFrame.width(), qtFrame.height()});
-    if (where.contains(down.at)) return;
+    if (!down.unseen && where.contains(down.at)) return;
     if (pinned_) {
         if (std::chrono::steady_clock::now() - trayUsedAt_ < std::chrono::milliseconds(kTrayGraceMs)) return;
         pinnedDismissal_->start();  // unless the tray speaks up meanwhile

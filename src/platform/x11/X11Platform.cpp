@@ -17,7 +17,7 @@ X11Platform::X11Platform(std::unique_ptr<X11Connection> connection)
       primary_(*connection_, selections_),
       keySender_(*connection_, keyboard_, shortcuts_, xWayland_),
       screens_(*connection_, xWayland_),
-      mouse_(*connection_),
+      mouse_(*connection_, xWayland_),
       capture_(*connection_, screens_) {}
 
 CaptureAbilities X11Platform::captureAbilities() {

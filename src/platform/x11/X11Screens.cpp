@@ -100,7 +100,8 @@ std::optional<Rect> X11Screens::windowFrame(NativeWindowId window) {
     return Rect{position->dst_x, position->dst_y, geometry->width, geometry->height};
 }
 
-X11MouseDownMonitor::X11MouseDownMonitor(X11Connection& connection) : connection_(connection) {
+X11MouseDownMonitor::X11MouseDownMonitor(X11Connection& connection, bool throughXWayland)
+    : connection_(connection), throughXWayland_(throughXWayland) {
     const xcb_query_extension_reply_t* input = xcb_get_extension_data(connection_.raw(), &xcb_input_id);
     if (input && input->present) {
         // Raw events reach every client that asks for them since XI 2.1.
@@ -122,6 +123,11 @@ void X11MouseDownMonitor::select(bool on) {
     // one made right after a window Qt is about to map appears.
     std::free(xcb_request_check(connection_.raw(), xcb_input_xi_select_events_checked(
                                                        connection_.raw(), connection_.root(), 1, &mask.header)));
+    if (throughXWayland_) {
+        // Nothing else of Tavi's listens on the root window.
+        const std::uint32_t events = on ? std::uint32_t{XCB_EVENT_MASK_FOCUS_CHANGE} : 0u;
+        xcb_change_window_attributes(connection_.raw(), connection_.root(), XCB_CW_EVENT_MASK, &events);
+    }
     connection_.flush();
 }
 
@@ -137,6 +143,16 @@ Subscription X11MouseDownMonitor::watch(std::function<void(MouseDown)> onMouseDo
 }
 
 void X11MouseDownMonitor::handle(const xcb_generic_event_t& event) {
+    const std::uint8_t type = event.response_type & 0x7F;
+    if (throughXWayland_ && type == XCB_FOCUS_IN && !watchers_.empty()) {
+        // Focus None is announced on the root with detail None.
+        const auto& focus = reinterpret_cast<const xcb_focus_in_event_t&>(event);
+        if (focus.event != connection_.root() || focus.detail != XCB_NOTIFY_DETAIL_NONE) return;
+        MouseDown elsewhere;
+        elsewhere.unseen = true;
+        watchers_.notify(elsewhere);
+        return;
+    }
     if (event.response_type != XCB_GE_GENERIC) return;
     const auto& generic = reinterpret_cast<const xcb_ge_generic_event_t&>(event);
     if (generic.extension != opcode_ || generic.event_type != XCB_INPUT_RAW_BUTTON_PRESS) return;

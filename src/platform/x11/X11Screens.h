@@ -24,10 +24,12 @@ private:
 };
 
 // Raw button presses on the root window through XInput 2: they arrive
-// whichever window is clicked, grabs included.
+// whichever window is clicked, grabs included. Through XWayland a click on a
+// Wayland window reaches no X client; the focus then leaving every X11
+// window (X's focus None) stands for it.
 class X11MouseDownMonitor final : public MouseDownMonitor {
 public:
-    explicit X11MouseDownMonitor(X11Connection& connection);
+    X11MouseDownMonitor(X11Connection& connection, bool throughXWayland);
     Subscription watch(std::function<void(MouseDown)> onMouseDown) override;
 
 private:
@@ -35,6 +37,7 @@ private:
     void select(bool on);
 
     X11Connection& connection_;
+    bool throughXWayland_;
     std::uint8_t opcode_ = 0;
     bool available_ = false;
     ObserverList<MouseDown> watchers_;

@@ -24,18 +24,9 @@ for program in weston Xwayland Xvfb; do
   fi
 done
 
-work="$(mktemp -d)"
-pids=()
-cleanup() {
-  for pid in "${pids[@]}"; do kill "$pid" 2>/dev/null || true; done
-  wait 2>/dev/null || true
-  rm -rf "$work"
-}
-trap cleanup EXIT
-# Marks every process of this session, for anyone hunting strays.
-export TAVI_DESKTOP_TEST="$$"
-export XDG_RUNTIME_DIR="$work/runtime"
-mkdir -m 700 "$XDG_RUNTIME_DIR"
+session=run-wayland-desktop
+# shellcheck source=session.sh
+source "$(dirname "$0")/session.sh"
 # weston.ini and the user's other settings stay out of it.
 export XDG_CONFIG_HOME="$work/config"
 mkdir "$XDG_CONFIG_HOME"
@@ -44,13 +35,8 @@ mkdir "$XDG_CONFIG_HOME"
 # pointer by the distance the X pointer moved, and puts it where the X pointer
 # is only when that enters its window: the margin is where the pointer goes
 # out, so that it comes in exactly where it is sent.
-mkfifo "$work/display"
-Xvfb -displayfd 3 -noreset -nolisten tcp -screen 0 2000x1200x24 3>"$work/display" 2>"$work/xvfb.log" &
-pids+=($!)
-if ! read -r -t 20 number <"$work/display"; then
-  echo "run-wayland-desktop: Xvfb did not start" >&2; cat "$work/xvfb.log" >&2; exit 1
-fi
-export TAVI_WAYLAND_INPUT_DISPLAY=":$number"
+start_xvfb 2000x1200x24
+export TAVI_WAYLAND_INPUT_DISPLAY="$xvfb_display"
 
 socket="tavi-wayland-$$"
 DISPLAY="$TAVI_WAYLAND_INPUT_DISPLAY" weston --backend=x11-backend.so --use-pixman --width=1920 --height=1080 \
@@ -69,22 +55,12 @@ if [ -z "$xdisplay" ]; then
 fi
 export WAYLAND_DISPLAY="$socket" DISPLAY="$xdisplay" XDG_SESSION_TYPE=wayland
 
-mkfifo "$work/bus"
-dbus-daemon --session --nofork --nopidfile --print-address=4 4>"$work/bus" &
-pids+=($!)
-if ! read -r -t 20 DBUS_SESSION_BUS_ADDRESS <"$work/bus"; then
-  echo "run-wayland-desktop: dbus-daemon did not start" >&2; exit 1
-fi
-export DBUS_SESSION_BUS_ADDRESS
+start_session_bus
 
 # The first X client starts Xwayland; weston's window manager then manages
 # X11 windows like any other desktop's.
 "$helper" wait-wm 20 || { echo "run-wayland-desktop: XWayland windows are not managed" >&2; cat "$work/weston.log" >&2; exit 1; }
 
-"$helper" sni-watcher >"$work/watcher.log" 2>&1 &
-pids+=($!)
-"$helper" wait-bus-name org.kde.StatusNotifierWatcher 20 || { echo "run-wayland-desktop: no watcher" >&2; exit 1; }
+start_tray_watcher "$helper"
 
-status=0
-"$@" || status=$?
-exit "$status"
+run_in_session "$@"

@@ -9,6 +9,7 @@
 #include <chrono>
 #include <cstdio>
 
+#include "QtLoopRunner.h"
 #include "TestApplication.h"
 #include "app/QtEventLoop.h"
 #include "platform/x11/X11Clipboard.h"
@@ -24,26 +25,13 @@ using Fault = TestApplication::Fault;
 
 constexpr std::size_t kMiB = 1u << 20;
 
-// Runs the thread's Qt loop, as Tavi's does, until `done` or the bound.
 bool runUntil(const std::function<bool()>& done, std::chrono::milliseconds bound) {
-    const auto deadline = Clock::now() + bound;
-    while (!done()) {
-        if (Clock::now() >= deadline) return false;
-        QEventLoop slice;
-        QTimer::singleShot(10, &slice, &QEventLoop::quit);
-        slice.exec();
-    }
-    return true;
+    return runQtLoopUntil(done, bound);
 }
 
 class X11SelectionsTest : public ::testing::Test {
 protected:
-    static void SetUpTestSuite() {
-        static int argc = 1;
-        static char name[] = "tavi_desktop_tests";
-        static char* argv[] = {name, nullptr};
-        static QCoreApplication application(argc, argv);
-    }
+    static void SetUpTestSuite() { ensureCoreApplication(); }
 
     X11SelectionsTest() {
         std::string why;

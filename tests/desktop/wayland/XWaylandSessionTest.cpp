@@ -16,6 +16,7 @@
 #include <filesystem>
 #include <fstream>
 
+#include "QtLoopRunner.h"
 #include "ChildProcess.h"
 #include "CliRunner.h"
 #include "FakeChatServices.h"
@@ -41,16 +42,8 @@ constexpr Point kOnWayland{1400, 700};
 // What weston's Wayland clients call the keys: evdev codes.
 constexpr int kEvdevA = 30;
 
-// Runs the thread's Qt loop, as Tavi's does, until `done` or the bound.
 bool runUntil(const std::function<bool()>& done, std::chrono::milliseconds bound = 10s) {
-    const auto deadline = Clock::now() + bound;
-    while (!done()) {
-        if (Clock::now() >= deadline) return false;
-        QEventLoop slice;
-        QTimer::singleShot(10, &slice, &QEventLoop::quit);
-        slice.exec();
-    }
-    return true;
+    return runQtLoopUntil(done, bound);
 }
 
 void settle() { runUntil([] { return false; }, 500ms); }
@@ -94,12 +87,7 @@ private:
 
 class XWaylandSessionTest : public ::testing::Test {
 protected:
-    static void SetUpTestSuite() {
-        static int argc = 1;
-        static char name[] = "tavi_wayland_tests";
-        static char* argv[] = {name, nullptr};
-        static QCoreApplication application(argc, argv);
-    }
+    static void SetUpTestSuite() { ensureCoreApplication(); }
 
     XWaylandSessionTest() : hands(std::getenv("TAVI_WAYLAND_INPUT_DISPLAY")) {
         std::string why;

@@ -93,11 +93,12 @@ set(CPACK_PACKAGE_NAME tavi)
 set(TAVI_PACKAGE_MAINTAINER "Tavi developers" CACHE STRING
   "The Debian package's Maintainer field, e.g. \"Name <address>\"")
 set(CPACK_PACKAGE_CONTACT "${TAVI_PACKAGE_MAINTAINER}")
-set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "Translate selected, copied and typed text")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "Translate selected, copied, typed and on-screen text")
 # The summary above is the description's first line; this is the rest.
 set(CPACK_DEBIAN_PACKAGE_DESCRIPTION
   "Tavi lives in the system tray and translates the text you select in any\n\
-application, the text you copy and the text you type into its own window,\n\
+application, the text you copy, the text you type into its own window and\n\
+the text it reads on the machine in a screen region you drag out,\n\
 with one of seven online translation services and your own credentials.\n\
 The translation appears in a small popup next to the mouse pointer.")
 set(CPACK_DEBIAN_PACKAGE_SECTION utils)
@@ -105,8 +106,10 @@ set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 # Every request is HTTPS with the certificate checked: without the CA
 # certificates nothing can be translated. The interface is Chinese.
+# Screenshots are read with Tesseract's English and Chinese models (other
+# languages: their tesseract-ocr-* packages).
 set(CPACK_DEBIAN_PACKAGE_DEPENDS "ca-certificates")
-set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "fonts-noto-cjk")
+set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "fonts-noto-cjk, tesseract-ocr-eng, tesseract-ocr-chi-sim, tesseract-ocr-chi-tra")
 set(CPACK_STRIP_FILES ON)
 # The package installs under /usr; the D-Bus service file must see that
 # prefix, not the staging directory, so stage through DESTDIR.

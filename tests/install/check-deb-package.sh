@@ -26,10 +26,11 @@ depends=$'\n'"$(names Depends)"$'\n'
 # Found by dpkg-shlibdeps from what the binaries link against, and what no
 # linker sees.
 for package in libqt6widgets6 libqt6gui6 libqt6svg6 libqt6core6 libcurl4 libssl3 libuuid1 libxcb1 \
-  libxkbcommon-x11-0 ca-certificates; do
+  libxkbcommon-x11-0 libtesseract5 ca-certificates; do
   check_contains "Depends on $package" $'\n'"$package"$'\n' "$depends"
 done
-check_same "Recommends" "fonts-noto-cjk" "$(names Recommends)"
+check_same "Recommends" "$(printf 'fonts-noto-cjk\ntesseract-ocr-eng\ntesseract-ocr-chi-sim\ntesseract-ocr-chi-tra')" \
+  "$(names Recommends)"
 check_contains "dpkg-deb --info" "Depends: " "$(dpkg-deb --info "$deb")"
 
 dpkg-deb --extract "$deb" "$work/root"

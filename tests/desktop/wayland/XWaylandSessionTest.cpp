@@ -123,6 +123,15 @@ protected:
         const int before = wayland.motions();
         return pointAt(kOnWayland, [&] { return wayland.motions() > before; });
     }
+    // A click in the editor until it has the focus: one made before weston's
+    // window manager took the new window in goes to what was there before.
+    bool focus(const TestApplication& editor) {
+        for (int attempt = 0; attempt < 25; ++attempt) {
+            hands.click(kOnX11);
+            if (runUntil([&] { return x.inputFocus() == editor.window(); }, 400ms)) return true;
+        }
+        return false;
+    }
     bool pointAtX11() {
         return pointAt(kOnX11, [&] { return x.pointer() == kOnX11; });
     }
@@ -228,8 +237,7 @@ TEST_F(XWaylandSessionTest, KeysAndGrabsReachX11OnlyWhileAnX11WindowHasTheFocus)
 
     // An X11 window has the focus: the hotkey fires, XTest keys reach it,
     // and Tavi's copy fallback may send Control+C.
-    hands.click(kOnX11);
-    ASSERT_TRUE(runUntil([&] { return x.inputFocus() == editor.window(); })) << std::hex << x.inputFocus();
+    ASSERT_TRUE(focus(editor)) << std::hex << x.inputFocus();
     EXPECT_TRUE(tavi->keySender().focusedApplicationCopies());
     hands.chord({XKey::altLeft, XKey::a});
     EXPECT_TRUE(runUntil([&] { return fired == 1; }));
@@ -341,8 +349,7 @@ TEST_F(XWaylandSessionTest, TrayRunsWithThePortalsShortcutsAndAnActivationShowsT
     ASSERT_TRUE(pointAtWayland(wayland)) << "the Wayland window never showed";
     TestApplication editor;
     ASSERT_TRUE(pointAtX11());
-    hands.click(kOnX11);
-    ASSERT_TRUE(runUntil([&] { return x.inputFocus() == editor.window(); }));
+    ASSERT_TRUE(focus(editor)) << std::hex << x.inputFocus();
     editor.own("PRIMARY", {{"UTF8_STRING", "Selected on weston"}});
     FakeOpenAIService service;
     TrayProcess tray(service.environment(), {{"openAIAPIKey", "sk-weston"}});

@@ -345,8 +345,7 @@ TEST_F(XWaylandSessionTest, TrayRunsWithThePortalsShortcutsAndAnActivationShowsT
     options.globalShortcutsVersion = 1;
     FakePortalProcess portal(options);
     ASSERT_TRUE(portal.ready());
-    WaylandWindow wayland;
-    ASSERT_TRUE(pointAtWayland(wayland)) << "the Wayland window never showed";
+    // The editor alone at first: nothing of weston's can stack above it.
     TestApplication editor;
     ASSERT_TRUE(pointAtX11());
     ASSERT_TRUE(focus(editor)) << std::hex << x.inputFocus();
@@ -360,8 +359,10 @@ TEST_F(XWaylandSessionTest, TrayRunsWithThePortalsShortcutsAndAnActivationShowsT
     ASSERT_TRUE(portal.control("Activate", {"string:translate-selected-text"}));
     ASSERT_TRUE(runUntil([&] { return x.findWindow("Tavi", "Tavi").has_value(); })) << tray.log();
     EXPECT_EQ(service.texts(), std::vector<std::string>{"Selected on weston"});
-    // The user clicks in a Wayland program: the popup goes, as it does for a
+    // The user turns to a Wayland program: the popup goes, as it does for a
     // click anywhere else.
+    WaylandWindow wayland;
+    ASSERT_TRUE(pointAtWayland(wayland)) << "the Wayland window never showed";
     hands.click(kOnWayland);
     EXPECT_TRUE(runUntil([&] { return !x.findWindow("Tavi", "Tavi").has_value(); })) << tray.log();
 }

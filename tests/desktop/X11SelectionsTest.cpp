@@ -25,10 +25,6 @@ using Fault = TestApplication::Fault;
 
 constexpr std::size_t kMiB = 1u << 20;
 
-bool runUntil(const std::function<bool()>& done, std::chrono::milliseconds bound) {
-    return runQtLoopUntil(done, bound);
-}
-
 class X11SelectionsTest : public ::testing::Test {
 protected:
     static void SetUpTestSuite() { ensureCoreApplication(); }
@@ -50,14 +46,14 @@ protected:
         const auto started = Clock::now();
         x11::readSelectionText(*connection, *selections, connection->atom(selection),
                                [&](TextRead read) { answer = std::move(read); });
-        EXPECT_TRUE(runUntil([&] { return answer.has_value(); }, 20s)) << "no answer";
+        EXPECT_TRUE(runQtLoopUntil([&] { return answer.has_value(); }, 20s)) << "no answer";
         return {answer.value_or(TextRead::nothing()), std::chrono::duration<double>(Clock::now() - started).count()};
     }
 
     ClipboardSnapshotRead readSnapshot() {
         std::optional<ClipboardSnapshotRead> answer;
         clipboard->readSnapshot([&](ClipboardSnapshotRead read) { answer = std::move(read); });
-        EXPECT_TRUE(runUntil([&] { return answer.has_value(); }, 20s)) << "no answer";
+        EXPECT_TRUE(runQtLoopUntil([&] { return answer.has_value(); }, 20s)) << "no answer";
         return answer.value_or(ClipboardSnapshotRead{});
     }
 

@@ -205,8 +205,8 @@ void X11Clipboard::handOver(std::function<void()> done) {
         connection_.loop().post(std::move(done));
         return;
     }
-    // The desktops' convention (ICCCM, freedesktop's clipboard manager
-    // specification): ask the manager to convert SAVE_TARGETS with the list
+    // The desktops' convention (ICCCM and freedesktop's clipboard manager
+    // convention): ask the manager to convert SAVE_TARGETS with the list
     // of targets to keep; it reads them from us while we wait, takes the
     // clipboard over and answers.
     std::vector<xcb_atom_t> targets;

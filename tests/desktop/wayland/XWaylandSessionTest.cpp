@@ -42,11 +42,7 @@ constexpr Point kOnWayland{1400, 700};
 // What weston's Wayland clients call the keys: evdev codes.
 constexpr int kEvdevA = 30;
 
-bool runUntil(const std::function<bool()>& done, std::chrono::milliseconds bound = 10s) {
-    return runQtLoopUntil(done, bound);
-}
-
-void settle() { runUntil([] { return false; }, 500ms); }
+void settle() { runQtLoopUntil([] { return false; }, 500ms); }
 
 // A Wayland program as large as the screen, logging the keys and the
 // pointer motion it gets.
@@ -115,7 +111,7 @@ protected:
     bool pointAt(Point at, const std::function<bool()>& arrived) {
         for (int attempt = 0; attempt < 50; ++attempt) {
             moveTo(at);
-            if (runUntil(arrived, 200ms)) return true;
+            if (runQtLoopUntil(arrived, 200ms)) return true;
         }
         return false;
     }
@@ -128,7 +124,7 @@ protected:
     bool focus(const TestApplication& editor) {
         for (int attempt = 0; attempt < 25; ++attempt) {
             hands.click(kOnX11);
-            if (runUntil([&] { return x.inputFocus() == editor.window(); }, 400ms)) return true;
+            if (runQtLoopUntil([&] { return x.inputFocus() == editor.window(); }, 400ms)) return true;
         }
         return false;
     }
@@ -206,10 +202,10 @@ TEST_F(XWaylandSessionTest, PointerIsKnownOnlyOverX11Windows) {
     std::vector<MouseDown> clicks;
     Subscription watching = tavi->mouseDownMonitor().watch([&](MouseDown down) { clicks.push_back(down); });
     hands.click(kOnX11);
-    EXPECT_TRUE(runUntil([&] { return clicks.size() == 1; }));
+    EXPECT_TRUE(runQtLoopUntil([&] { return clicks.size() == 1; }));
     EXPECT_FALSE(clicks.at(0).unseen);
     hands.click(kOnWayland);
-    EXPECT_TRUE(runUntil([&] { return clicks.size() == 2; }));
+    EXPECT_TRUE(runQtLoopUntil([&] { return clicks.size() == 2; }));
     settle();
     std::printf("seen: clicks on the X11 and then the Wayland window: Tavi heard %zu, the second %s\n",
                 clicks.size(), clicks.size() == 2 && clicks[1].unseen ? "as the focus leaving X" : "otherwise");
@@ -233,30 +229,31 @@ TEST_F(XWaylandSessionTest, KeysAndGrabsReachX11OnlyWhileAnX11WindowHasTheFocus)
     ASSERT_TRUE(pointAtX11());
     int fired = 0;
     tavi->shortcuts().installHandler([&](std::uint32_t) { ++fired; });
-    ASSERT_TRUE(tavi->shortcuts().grab(0, HotkeyModifier::option, 1, {"translate-selected-text", "翻译选中文字"}));  // Alt+A
+    // Alt+A
+    ASSERT_TRUE(tavi->shortcuts().grab(0, HotkeyModifier::option, 1, {"translate-selected-text", "翻译选中文字"}));
 
     // An X11 window has the focus: the hotkey fires, XTest keys reach it,
     // and Tavi's copy fallback may send Control+C.
     ASSERT_TRUE(focus(editor)) << std::hex << x.inputFocus();
     EXPECT_TRUE(tavi->keySender().focusedApplicationCopies());
     hands.chord({XKey::altLeft, XKey::a});
-    EXPECT_TRUE(runUntil([&] { return fired == 1; }));
+    EXPECT_TRUE(runQtLoopUntil([&] { return fired == 1; }));
     x.chord({XKey::c});
     const auto typedC = [&] {
         const std::vector<std::string> keys = editor.keyPresses();
         return std::any_of(keys.begin(), keys.end(), [](const std::string& key) { return key.starts_with("54/"); });
     };
-    EXPECT_TRUE(runUntil(typedC));
+    EXPECT_TRUE(runQtLoopUntil(typedC));
     std::printf("seen: X11 window focused: Alt+A fired the grab %d time(s); XTest c reached it: %s\n", fired,
                 typedC() ? "yes" : "no");
 
     // A Wayland window has the focus: X's focus is on no window; the
     // hotkey's keys go to the Wayland window, XTest's nowhere.
     hands.click(kOnWayland);
-    ASSERT_TRUE(runUntil([&] { return x.inputFocus() == XCB_WINDOW_NONE; })) << std::hex << x.inputFocus();
+    ASSERT_TRUE(runQtLoopUntil([&] { return x.inputFocus() == XCB_WINDOW_NONE; })) << std::hex << x.inputFocus();
     EXPECT_FALSE(tavi->keySender().focusedApplicationCopies());
     hands.chord({XKey::altLeft, XKey::a});
-    EXPECT_TRUE(runUntil([&] {
+    EXPECT_TRUE(runQtLoopUntil([&] {
         const std::vector<int> keys = wayland.keysPressed();
         return std::find(keys.begin(), keys.end(), kEvdevA) != keys.end();
     }));
@@ -281,7 +278,7 @@ TEST_F(XWaylandSessionTest, KeysAndGrabsReachX11OnlyWhileAnX11WindowHasTheFocus)
                       XCB_COPY_FROM_PARENT, XCB_CW_OVERRIDE_REDIRECT, &overrideRedirect);
     xcb_map_window(x.raw(), own);
     xcb_set_input_focus(x.raw(), XCB_INPUT_FOCUS_POINTER_ROOT, own, XCB_CURRENT_TIME);
-    ASSERT_TRUE(runUntil([&] { return x.inputFocus() == own; }));
+    ASSERT_TRUE(runQtLoopUntil([&] { return x.inputFocus() == own; }));
     EXPECT_FALSE(tavi->keySender().focusedApplicationCopies());
     xcb_destroy_window(x.raw(), own);
     xcb_flush(x.raw());
@@ -312,17 +309,18 @@ TEST_F(XWaylandSessionTest, ClipboardCrossesBothWaysPrimaryNeither) {
                 std::optional<TextRead> answer;
                 const auto done = [&](TextRead got) { answer = std::move(got); };
                 primary ? tavi->selection().readSelectedText(done) : tavi->clipboard().readText(done);
-                runUntil([&] { return answer.has_value(); });
+                runQtLoopUntil([&] { return answer.has_value(); });
                 return answer && answer->text ? *answer->text : std::string();
             };
             // Weston's window manager passes a Wayland copy on to X only once
             // some X event wakes it: X11 programs that open windows do.
-            runUntil([&] { return wakeWindowManager(), (seen = read()) == text || copier.waitForExit(false, 0ms); }, 5s);
+            runQtLoopUntil(
+                [&] { return wakeWindowManager(), (seen = read()) == text || copier.waitForExit(false, 0ms); }, 5s);
         } else {
             TestApplication editor;
             editor.own(c.selection, {{"UTF8_STRING", text}});
             flags.push_back("--no-newline");
-            runUntil([&] { return (seen = runProgram("/usr/bin/wl-paste", flags, "", {}, 10).out) == text; },
+            runQtLoopUntil([&] { return (seen = runProgram("/usr/bin/wl-paste", flags, "", {}, 10).out) == text; },
                      c.crosses ? 5s : 2s);
         }
         std::printf("seen: %s set by a %s program, read on the other side: \"%s\"\n", c.selection, c.setter,
@@ -352,19 +350,19 @@ TEST_F(XWaylandSessionTest, TrayRunsWithThePortalsShortcutsAndAnActivationShowsT
     editor.own("PRIMARY", {{"UTF8_STRING", "Selected on weston"}});
     FakeOpenAIService service;
     TrayProcess tray(service.environment(), {{"openAIAPIKey", "sk-weston"}});
-    ASSERT_TRUE(runUntil([&] { return tray.started() && tray.trayItem().has_value(); }, 20s)) << tray.log();
-    ASSERT_TRUE(runUntil([&] { return portal.calls("BindShortcuts").size() == 1; })) << tray.log();
+    ASSERT_TRUE(runQtLoopUntil([&] { return tray.started() && tray.trayItem().has_value(); }, 20s)) << tray.log();
+    ASSERT_TRUE(runQtLoopUntil([&] { return portal.calls("BindShortcuts").size() == 1; })) << tray.log();
     EXPECT_EQ(portal.calls("BindShortcuts")[0]["args"][1].size(), 4u);
 
     ASSERT_TRUE(portal.control("Activate", {"string:translate-selected-text"}));
-    ASSERT_TRUE(runUntil([&] { return x.findWindow("Tavi", "Tavi").has_value(); })) << tray.log();
+    ASSERT_TRUE(runQtLoopUntil([&] { return x.findWindow("Tavi", "Tavi").has_value(); })) << tray.log();
     EXPECT_EQ(service.texts(), std::vector<std::string>{"Selected on weston"});
     // The user turns to a Wayland program: the popup goes, as it does for a
     // click anywhere else.
     WaylandWindow wayland;
     ASSERT_TRUE(pointAtWayland(wayland)) << "the Wayland window never showed";
     hands.click(kOnWayland);
-    EXPECT_TRUE(runUntil([&] { return !x.findWindow("Tavi", "Tavi").has_value(); })) << tray.log();
+    EXPECT_TRUE(runQtLoopUntil([&] { return !x.findWindow("Tavi", "Tavi").has_value(); })) << tray.log();
 }
 
 }  // namespace
